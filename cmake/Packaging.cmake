@@ -1,0 +1,22 @@
+include(CMakePackageConfigHelpers)
+
+install(TARGETS vel EXPORT libvelTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/include/vel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  FILES_MATCHING PATTERN "*.h")
+install(FILES ${VEL_GENERATED_DIR}/vel/mvel_interface.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vel)
+
+set(VEL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/libvel)
+install(EXPORT libvelTargets NAMESPACE libvel:: DESTINATION ${VEL_CMAKE_DIR})
+configure_package_config_file(${CMAKE_SOURCE_DIR}/cmake/libvelConfig.cmake.in
+  ${CMAKE_BINARY_DIR}/libvelConfig.cmake INSTALL_DESTINATION ${VEL_CMAKE_DIR})
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/libvelConfigVersion.cmake
+  VERSION ${PROJECT_VERSION} COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/libvelConfig.cmake ${CMAKE_BINARY_DIR}/libvelConfigVersion.cmake
+  DESTINATION ${VEL_CMAKE_DIR})
+
+configure_file(${CMAKE_SOURCE_DIR}/cmake/libvel.pc.in ${CMAKE_BINARY_DIR}/libvel.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/libvel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

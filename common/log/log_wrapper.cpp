@@ -1,0 +1,199 @@
+#include "vel/OrnaLogWrapper.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace orna {
+
+namespace {
+
+constexpr const char* kSourcePath = "common/log/log_wrapper.cpp";
+constexpr int kModuleCode = 0xB00;
+constexpr const char* kOwnTag = "[VELLOG][OrnaLogWrapper] ";
+
+struct SinkCode {
+    int severity;
+    int line;
+};
+
+SinkCode sinkCodeFor(DltLogLevelType level)
+{
+    switch (level) {
+    case DLT_LOG_FATAL:
+        return {0xE0, 170};
+    case DLT_LOG_ERROR:
+        return {0xC0, 164};
+    case DLT_LOG_WARN:
+        return {0xA0, 167};
+    case DLT_LOG_INFO:
+        return {0x80, 161};
+    case DLT_LOG_DEBUG:
+        return {0x40, 158};
+    case DLT_LOG_VERBOSE:
+        return {0x20, 173};
+    default:
+        return {0x60, 177};
+    }
+}
+
+void deliver(DltLogLevelType level, const std::string& text)
+{
+    const SinkCode code = sinkCodeFor(level);
+    vw_log_print(kSourcePath, "send_trc", code.line, code.severity, kModuleCode, 0, "%s", text.c_str());
+}
+
+} // namespace
+
+OrnaLogWrapper* OrnaLogWrapper::mpDLTWrapper = nullptr;
+std::mutex OrnaLogWrapper::mMutex;
+
+OrnaLogWrapper* OrnaLogWrapper::instance(bool noDLT)
+{
+    if (mpDLTWrapper == nullptr) {
+        mpDLTWrapper = new OrnaLogWrapper(noDLT);
+    }
+    if (noDLT) {
+        mpDLTWrapper->enableNoDLTDebug(true);
+    }
+    return mpDLTWrapper;
+}
+
+OrnaLogWrapper::OrnaLogWrapper(bool noDLT)
+    : mNoDLT(noDLT), mFirstContextId{0, 0, 0, 0}, mLevel(DLT_LOG_INFO), mpFirstContextDescription(nullptr)
+{
+    vw_log_print(kSourcePath, "OrnaLogWrapper", 305, 0x80, kModuleCode, 0, "%s", "Running with TRACE");
+}
+
+OrnaLogWrapper::~OrnaLogWrapper()
+{
+    delete[] mpFirstContextDescription;
+}
+
+void OrnaLogWrapper::enableNoDLTDebug(bool enable)
+{
+    mNoDLT = enable;
+}
+
+void OrnaLogWrapper::emitOwnLine_l(DltLogLevelType level, const std::string& text)
+{
+    if (mNoDLT) {
+        deliver(level, kOwnTag + text);
+    }
+}
+
+void OrnaLogWrapper::registerApp(const std::string& appId, const std::string& description)
+{
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (std::find(mAppIds.begin(), mAppIds.end(), appId) != mAppIds.end()) {
+        emitOwnLine_l(DLT_LOG_DEBUG, "@@@ WARN. Duplicated appid:" + appId);
+        return;
+    }
+    mAppIds.push_back(appId);
+    registerApp_l(appId, description);
+}
+
+void OrnaLogWrapper::registerContext(DltContext& context, const std::string& contextId, const std::string& description)
+{
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (std::find(mContextIds.begin(), mContextIds.end(), contextId) != mContextIds.end()) {
+        emitOwnLine_l(DLT_LOG_DEBUG, "@@@ WARN. Duplicated contextid:" + contextId);
+        return;
+    }
+    mContextIds.push_back(contextId);
+    emitOwnLine_l(DLT_LOG_DEBUG, "contextid:" + contextId);
+    registerContext_l(context, contextId, description);
+}
+
+void OrnaLogWrapper::unregisterContext(DltContext& context)
+{
+    std::lock_guard<std::mutex> lock(mMutex);
+    const std::string contextId(context.contextID, strnlen(context.contextID, sizeof(context.contextID)));
+    auto found = std::find(mContextIds.begin(), mContextIds.end(), contextId);
+    if (found != mContextIds.end()) {
+        emitOwnLine_l(DLT_LOG_DEBUG, "Found. Earse this.");
+        mContextIds.erase(found);
+        unregisterContext_l(context);
+    }
+}
+
+bool OrnaLogWrapper::registerApp_l(const std::string&, const std::string&)
+{
+    return true;
+}
+
+bool OrnaLogWrapper::registerContext_l(DltContext& context, const std::string& contextId, const std::string& description)
+{
+    std::memset(context.contextID, 0, sizeof(context.contextID));
+    std::memcpy(context.contextID, contextId.data(), std::min(contextId.size(), sizeof(context.contextID)));
+    if (mFirstContextId[0] == '\0') {
+        std::memcpy(mFirstContextId, context.contextID, sizeof(mFirstContextId));
+        if (description.size() < 2000) {
+            delete[] mpFirstContextDescription;
+            mpFirstContextDescription = new char[description.size() + 1];
+            std::memcpy(mpFirstContextDescription, description.c_str(), description.size() + 1);
+        }
+    }
+    return true;
+}
+
+bool OrnaLogWrapper::unregisterContext_l(DltContext&)
+{
+    return true;
+}
+
+void OrnaLogWrapper::init(DltLogLevelType level, DltContext*)
+{
+    mMutex.lock();
+    if (mNoDLT) {
+        mLevel = level;
+    }
+}
+
+void OrnaLogWrapper::append(signed char value) { mStream << value; }
+void OrnaLogWrapper::append(unsigned char value) { mStream << value; }
+void OrnaLogWrapper::append(char value) { mStream << value; }
+void OrnaLogWrapper::append(short value) { mStream << value; }
+void OrnaLogWrapper::append(unsigned short value) { mStream << value; }
+void OrnaLogWrapper::append(int value) { mStream << value; }
+void OrnaLogWrapper::append(unsigned int value) { mStream << value; }
+void OrnaLogWrapper::append(long value) { mStream << value; }
+void OrnaLogWrapper::append(unsigned long value) { mStream << value; }
+void OrnaLogWrapper::append(long long value) { mStream << value; }
+void OrnaLogWrapper::append(unsigned long long value) { mStream << value; }
+void OrnaLogWrapper::append(bool value) { mStream << value; }
+void OrnaLogWrapper::append(double value) { mStream << value; }
+void OrnaLogWrapper::append(const std::string& value) { mStream << value; }
+void OrnaLogWrapper::append(const void* value) { mStream << value; }
+
+void OrnaLogWrapper::append(const char* value)
+{
+    // Same as the stream's own rule for a null text: nothing is written and the
+    // stream goes bad until send() clears it.
+    if (value == nullptr) {
+        mStream.setstate(std::ios::badbit);
+        return;
+    }
+    mStream << value;
+}
+
+void OrnaLogWrapper::send()
+{
+    if (mNoDLT) {
+        send_trc();
+    }
+    mStream.str(std::string());
+    mStream.clear();
+    mMutex.unlock();
+}
+
+void OrnaLogWrapper::send_trc()
+{
+    deliver(mLevel, mStream.str());
+}
+
+int OrnaLogWrapper::deinit()
+{
+    return 0;
+}
+
+} // namespace orna

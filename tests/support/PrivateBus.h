@@ -1,0 +1,38 @@
+#pragma once
+
+#include <gio/gio.h>
+
+#include <string>
+
+#include "ChildProcess.h"
+
+namespace veltest {
+
+// A dbus-daemon of our own with system-bus semantics and a permissive policy.
+// start() points DBUS_SYSTEM_BUS_ADDRESS at it before anything connects, so the
+// library's system-bus connections land here and never on the machine's bus.
+class PrivateBus {
+public:
+    PrivateBus() = default;
+    ~PrivateBus();
+
+    bool start();
+    void stop();
+    // Kills the daemon with SIGKILL (bus loss tests).
+    void kill9();
+    const std::string& address() const { return mAddress; }
+    pid_t pid() const { return mDaemon.pid(); }
+
+    // A connection of the test's own, separate from the shared system-bus
+    // connection that the library uses. Owned by the bus object.
+    GDBusConnection* testConnection();
+    bool nameHasOwner(const std::string& name);
+
+private:
+    ChildProcess mDaemon;
+    std::string mAddress;
+    std::string mConfigPath;
+    GDBusConnection* mTestConnection = nullptr;
+};
+
+} // namespace veltest

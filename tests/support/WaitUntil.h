@@ -1,0 +1,25 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <thread>
+
+namespace veltest {
+
+// Polls the predicate until it holds or the timeout passes; returns the last
+// result. Tests wait on observable state with this instead of sleeping.
+inline bool waitUntil(const std::function<bool()>& predicate,
+                      std::chrono::milliseconds timeout = std::chrono::seconds(5),
+                      std::chrono::milliseconds step = std::chrono::milliseconds(5))
+{
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!predicate()) {
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return predicate();
+        }
+        std::this_thread::sleep_for(step);
+    }
+    return true;
+}
+
+} // namespace veltest
