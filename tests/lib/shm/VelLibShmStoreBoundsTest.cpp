@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include "StoreTestSupport.h"
 #include "vel/VelLibShm.h"
 
@@ -20,12 +22,15 @@ protected:
         ASSERT_TRUE(writeObject(kDiscoveredName, records(1, 0x44)));
         mSemaphore = createServiceSemaphore(1);
         ASSERT_NE(mSemaphore, SEM_FAILED);
-        ASSERT_TRUE(mReader.initialize("client"));
+        // Opened once the service's semaphore exists.
+        mReaderOwner.reset(new VelLibShm());
+        ASSERT_TRUE(mReaderOwner->initialize("client"));
         LogCapture::clear();
     }
 
     void TearDown() override
     {
+        mReaderOwner.reset();
         if (mSemaphore != SEM_FAILED) {
             sem_close(mSemaphore);
         }
@@ -33,7 +38,8 @@ protected:
 
     StoreCleanup mCleanup;
     sem_t* mSemaphore = SEM_FAILED;
-    VelLibShm mReader;
+    std::unique_ptr<VelLibShm> mReaderOwner;
+    VelLibShm& reader() { return *mReaderOwner; }
 };
 
 } // namespace
@@ -43,7 +49,7 @@ TEST_F(AVelLibShmWithShortLists, RefusesToReadThreeDiscoveredRecordsFromAnObject
     std::vector<DEVICE> dest(3);
     std::memset(dest.data(), 0xEE, 3 * kRecord);
 
-    EXPECT_FALSE(mReader.readData(dest.data(), DISCOVERED_DEVICE_LIST, static_cast<int>(3 * kRecord)));
+    EXPECT_FALSE(reader().readData(dest.data(), DISCOVERED_DEVICE_LIST, static_cast<int>(3 * kRecord)));
 
     EXPECT_TRUE(logged(libshm(" @@@ ERR. Read of 37476 bytes reaches past the end of /vel.discovered_devices "
                               "(12492 bytes). Nothing copied. Return!"),
@@ -58,9 +64,9 @@ TEST_F(AVelLibShmWithShortLists, RefusesToReadThreeDiscoveredRecordsFromAnObject
 TEST_F(AVelLibShmWithShortLists, StaysUsableAfterARefusedRead)
 {
     std::vector<DEVICE> dest(3);
-    ASSERT_FALSE(mReader.readData(dest.data(), DISCOVERED_DEVICE_LIST, static_cast<int>(3 * kRecord)));
+    ASSERT_FALSE(reader().readData(dest.data(), DISCOVERED_DEVICE_LIST, static_cast<int>(3 * kRecord)));
 
-    ASSERT_TRUE(mReader.readData(dest.data(), DISCOVERED_DEVICE_LIST, static_cast<int>(kRecord)));
+    ASSERT_TRUE(reader().readData(dest.data(), DISCOVERED_DEVICE_LIST, static_cast<int>(kRecord)));
 
     EXPECT_EQ(std::memcmp(dest.data(), records(1, 0x44).data(), kRecord), 0);
 }
@@ -70,7 +76,7 @@ TEST_F(AVelLibShmWithShortLists, RefusesAWholeKnownListFromAFileHoldingOneRecord
     ASSERT_EQ(truncate(kKnownPath, static_cast<off_t>(kRecord)), 0);
     std::vector<DEVICE> dest(VEL_MAX_DEVICE_COUNT);
 
-    EXPECT_FALSE(mReader.readData(dest.data(), KNOWN_DEVICE_LIST, static_cast<int>(kKnownListBytes)));
+    EXPECT_FALSE(reader().readData(dest.data(), KNOWN_DEVICE_LIST, static_cast<int>(kKnownListBytes)));
 
     EXPECT_TRUE(logged(libshm(" @@@ ERR. Read of 124920 bytes reaches past the end of "
                               "/data/qor/vel/vel.known_devices (12492 bytes). Nothing copied. Return!"),
@@ -83,7 +89,7 @@ TEST_F(AVelLibShmWithShortLists, RefusesAReadOfAnEmptiedObject)
     ASSERT_TRUE(writeObject(kDiscoveredName, nullptr, 0));
     std::vector<DEVICE> dest(1);
 
-    EXPECT_FALSE(mReader.readData(dest.data(), DISCOVERED_DEVICE_LIST, 1));
+    EXPECT_FALSE(reader().readData(dest.data(), DISCOVERED_DEVICE_LIST, 1));
 
     EXPECT_TRUE(logged(libshm(" @@@ ERR. Read of 1 bytes reaches past the end of /vel.discovered_devices "
                               "(0 bytes). Nothing copied. Return!"),
@@ -97,9 +103,9 @@ TEST_F(AVelLibShmWithShortLists, ReadsUpToTheEndOfTheObjectsLastPage)
     const std::size_t lastPageEnd = (kRecord + static_cast<std::size_t>(page) - 1) / page * page;
     std::vector<unsigned char> dest(lastPageEnd + 1, 0xEE);
 
-    EXPECT_TRUE(mReader.readData(reinterpret_cast<DEVICE*>(dest.data()), DISCOVERED_DEVICE_LIST,
+    EXPECT_TRUE(reader().readData(reinterpret_cast<DEVICE*>(dest.data()), DISCOVERED_DEVICE_LIST,
                                  static_cast<int>(lastPageEnd)));
-    EXPECT_FALSE(mReader.readData(reinterpret_cast<DEVICE*>(dest.data()), DISCOVERED_DEVICE_LIST,
+    EXPECT_FALSE(reader().readData(reinterpret_cast<DEVICE*>(dest.data()), DISCOVERED_DEVICE_LIST,
                                   static_cast<int>(lastPageEnd + 1)));
 
     EXPECT_EQ(LogCapture::count("reaches past the end", kSeverityError), 1u);
