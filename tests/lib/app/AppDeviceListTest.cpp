@@ -132,6 +132,30 @@ TEST_F(AnAppClientReadingDeviceLists, SkipsAKnownRecordWithAnEmptyIdentifierAndL
                                      veltest::kSeverityInfo));
 }
 
+TEST_F(AnAppClientReadingDeviceLists, EndsTheValidKnownRecordsAtAnEmptyThirdOneButListsTheLaterOnes)
+{
+    publishDevices(KNOWN_DEVICE_LIST, {"dev-A", "dev-B", "", "dev-D"}, true);
+
+    ASSERT_TRUE(recorder(0).waitFor("onRcvUpdateKnownDevices"));
+    // Two valid leading records; the list handed over still carries dev-D.
+    EXPECT_TRUE(LogCapture::hasExact(appLine("composeDeviceListToIncludeValidItemOnly_l",
+                                             "found last item in KnownDevie list. index:2"),
+                                     veltest::kSeverityInfo));
+    EXPECT_EQ(idsOf(recorder(0).calls("onRcvUpdateKnownDevices").at(0).devices),
+              (std::vector<std::string>{"dev-A", "dev-B", "dev-D"}));
+}
+
+TEST_F(AnAppClientReadingDeviceLists, TakesTheDiscoveredCountFromTheFirstDetailAndIgnoresTheSecond)
+{
+    publishDevices(DISCOVERED_DEVICE_LIST, {"dev-1", "dev-2", "dev-3", "dev-4"}, false);
+    notice(1, "3", 77);
+
+    ASSERT_TRUE(recorder(0).waitFor("onRcvUpdateDiscoveredDevices"));
+    EXPECT_EQ(idsOf(recorder(0).calls("onRcvUpdateDiscoveredDevices").at(0).devices),
+              (std::vector<std::string>{"dev-1", "dev-2", "dev-3"}));
+    EXPECT_EQ(LogCapture::count("[VELLIBSHM] readData() (_listType:1, _size:37476)"), 1u);
+}
+
 TEST_F(AnAppClientReadingDeviceLists, SkipsADiscoveredRecordWithAnEmptyIdentifierAndKeepsTheBytesOfTheOthers)
 {
     const std::vector<DEVICE> written = publishDevices(DISCOVERED_DEVICE_LIST, {"dev-A", "", "dev-C"}, true);

@@ -170,3 +170,18 @@ TEST_F(AnAppClientWithService, StopsDispatchingAfterReleaseAndSubscribesAgainOnR
     ASSERT_EQ(calls.size(), 1u);
     EXPECT_EQ(calls[0].deviceId, "dev-2");
 }
+
+TEST_F(AnAppClientWithService, DeliversEachCompletionOnceAfterTheServiceCameBack)
+{
+    mSim.stop();
+    ASSERT_TRUE(recorder(0).waitFor("onRcvMVELReady(false)"));
+    ASSERT_TRUE(mSim.start());
+    ASSERT_TRUE(simLogged("call registerMe (uint32 100,"));
+    ASSERT_TRUE(recorder(0).waitFor("onRcvMVELReady(true)", 2));
+
+    EXPECT_TRUE(mApp->doRemoveDevice("dev-5"));
+    ASSERT_TRUE(recorder(0).waitFor("onRcvResponseRemoveDevice"));
+    // A second delivery would have come right behind the first.
+    EXPECT_FALSE(mApp->checkMaxPaired());
+    EXPECT_EQ(recorder(0).count("onRcvResponseRemoveDevice"), 1u);
+}
