@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <chrono>
 
@@ -221,8 +222,10 @@ TEST_F(TheSimulatorStore, RemovesTheNamesItCreatedWhenItStops)
 {
     startSim();
 
-    mSim.stop();
+    const int status = mSim.stop();
 
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << mSim.log();
+    EXPECT_TRUE(mSim.waitForLog("store: closed", 1s));
     EXPECT_FALSE(semaphoreNameExists());
     EXPECT_EQ(objectSize(kDiscoveredName), -1);
     // The known list is kept on file, as the service keeps it.
