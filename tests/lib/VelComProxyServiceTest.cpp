@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdlib>
 
+#include "ImplVelAgent.h"
 #include "ServiceFixture.h"
 
 using namespace linktest;
@@ -183,6 +184,7 @@ TEST_F(AClientProxyWithService, LetsTwoProxiesShareOneWatchAndConnectBoth)
 
     EXPECT_EQ(LogCapture::count("[VELLIB] Watching mvel D-Bus service name. Watcher ID : "), 1u);
     EXPECT_EQ(LogCapture::count("[VELLIB] Already registered for checking D-Bus service name"), 1u);
+    EXPECT_EQ(ImplVelAgent::mReferenceCnt, 2);
     EXPECT_EQ(sim.countLog(registerCall(100, "client")), 1u);
     EXPECT_EQ(sim.countLog(registerCall(200, "engine")), 1u);
 
