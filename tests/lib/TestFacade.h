@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -33,9 +34,8 @@ public:
     bool lazyInitialize() override
     {
         ++mLazyCalls;
-        if (mPresetErrorOnLazy) {
-            // Leaves a failure in the error slot that proxy creation shares.
-            g_set_error_literal(&mError, G_IO_ERROR, G_IO_ERROR_FAILED, "left over");
+        if (mOnLazyInitialize) {
+            mOnLazyInitialize();
         }
         return mLazyResult && VelComProxy::lazyInitialize();
     }
@@ -50,7 +50,8 @@ public:
     std::atomic<bool> mConnectionAtSubscribe{false};
     bool mSubscribeResult = true;
     bool mLazyResult = true;
-    bool mPresetErrorOnLazy = false;
+    // Runs inside lazyInitialize, i.e. just before the presence check.
+    std::function<void()> mOnLazyInitialize;
 };
 
 // Records every onRcvMVELReady call in order.

@@ -3,7 +3,10 @@
 // /data/qor/vel/vel.version) and the discovered-device list (the shared-memory
 // object /vel.discovered_devices), holding /vel.semaphore around every write.
 // The store lives in the real /data/qor/vel and /dev/shm of the mount
-// namespace the simulator runs in; tests run it in a private one.
+// namespace the simulator runs in; tests run it in a private one. By default
+// (--store=auto) it is published only where /data/qor/vel already exists, so a
+// simulator started on a workstation leaves the machine's /data and /dev/shm
+// alone; --store=on creates the directory, --store=off never publishes.
 //
 // Control interface com.qor.vel_sim.Store on /com/qor/vel_sim:
 //   PublishKnown(as deviceIds) -> (b)        whole list, zero-padded to ten records
@@ -32,8 +35,10 @@ struct StoreOptions {
     gchar* knownDevicesFile = nullptr;
     gchar* discoveredDevicesFile = nullptr;
     gint lockTimeoutMs = 1000;
-    gboolean noStore = FALSE;
+    gchar* mode = nullptr;
 };
+
+constexpr const char* kStoreDirectory = "/data/qor/vel";
 
 StoreOptions gStoreOptions;
 std::unique_ptr<StoreWriter> gWriter;
@@ -186,11 +191,12 @@ GOptionGroup* storeOptions()
          &gStoreOptions.discoveredDevicesFile, "Publish the devices of FILE as the discovered list at start", "FILE"},
         {"store-lock-timeout", 0, G_OPTION_FLAG_IN_MAIN, G_OPTION_ARG_INT, &gStoreOptions.lockTimeoutMs,
          "Write anyway after waiting MS ms for /vel.semaphore (default 1000)", "MS"},
-        {"no-store", 0, G_OPTION_FLAG_IN_MAIN, G_OPTION_ARG_NONE, &gStoreOptions.noStore,
-         "Leave /data/qor/vel and /dev/shm alone. Otherwise the store is published there, with control "
-         "interface com.qor.vel_sim.Store: PublishKnown(as deviceIds), PublishDiscovered(as deviceIds), "
-         "PublishKnownRaw(ay bytes), PublishDiscoveredRaw(ay bytes), each answering (b published)",
-         nullptr},
+        {"store", 0, G_OPTION_FLAG_IN_MAIN, G_OPTION_ARG_STRING, &gStoreOptions.mode,
+         "Publish the device store in /data/qor/vel and /dev/shm: auto (default: only if /data/qor/vel "
+         "exists), on (create it) or off. Control interface com.qor.vel_sim.Store: PublishKnown(as deviceIds), "
+         "PublishDiscovered(as deviceIds), PublishKnownRaw(ay bytes), PublishDiscoveredRaw(ay bytes), each "
+         "answering (b published)",
+         "MODE"},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
     GOptionGroup* group = g_option_group_new("store", "Device store", "Device store options", nullptr, nullptr);
     g_option_group_add_entries(group, entries);
@@ -199,10 +205,30 @@ GOptionGroup* storeOptions()
 
 // The stores must exist before the service name appears: a client opens them
 // as soon as it sees the service.
+bool storeWanted()
+{
+    const std::string mode = gStoreOptions.mode != nullptr ? gStoreOptions.mode : "auto";
+    if (mode == "on") {
+        return true;
+    }
+    if (mode == "off") {
+        logLine("store: disabled");
+        return false;
+    }
+    if (mode != "auto") {
+        logLine("store: disabled: unknown --store mode %s (auto, on or off)", mode.c_str());
+        return false;
+    }
+    if (!g_file_test(kStoreDirectory, G_FILE_TEST_IS_DIR)) {
+        logLine("store: disabled: %s does not exist (--store=on creates it)", kStoreDirectory);
+        return false;
+    }
+    return true;
+}
+
 void attachStore(Context&)
 {
-    if (gStoreOptions.noStore) {
-        logLine("store: disabled");
+    if (!storeWanted()) {
         return;
     }
     const int timeout = gStoreOptions.lockTimeoutMs > 0 ? gStoreOptions.lockTimeoutMs : 1;
@@ -234,8 +260,10 @@ void shutdownStore(Context&)
     gWriter.reset();
     g_free(gStoreOptions.knownDevicesFile);
     g_free(gStoreOptions.discoveredDevicesFile);
+    g_free(gStoreOptions.mode);
     gStoreOptions.knownDevicesFile = nullptr;
     gStoreOptions.discoveredDevicesFile = nullptr;
+    gStoreOptions.mode = nullptr;
 }
 
 const Module kStoreModule = {"store", storeOptions, attachStore, exportStore, shutdownStore};

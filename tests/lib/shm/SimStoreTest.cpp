@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <chrono>
 
@@ -221,8 +222,10 @@ TEST_F(TheSimulatorStore, RemovesTheNamesItCreatedWhenItStops)
 {
     startSim();
 
-    mSim.stop();
+    const int status = mSim.stop();
 
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << mSim.log();
+    EXPECT_TRUE(mSim.waitForLog("store: closed", 1s));
     EXPECT_FALSE(semaphoreNameExists());
     EXPECT_EQ(objectSize(kDiscoveredName), -1);
     // The known list is kept on file, as the service keeps it.
@@ -306,13 +309,36 @@ TEST_F(TheSimulatorStore, WritesAndPostsWhenAReaderLeftTheSemaphoreTaken)
 
 TEST_F(TheSimulatorStore, StaysOutOfTheStoreWhenToldSo)
 {
-    ASSERT_TRUE(mSim.start({"--no-store"})) << mSim.log();
+    ASSERT_TRUE(mSim.start({"--store=off"})) << mSim.log();
 
     EXPECT_TRUE(mSim.waitForLog("store: disabled", 10s));
     EXPECT_FALSE(publish("PublishKnown", idsArgument({"x"})));
     EXPECT_FALSE(semaphoreNameExists());
     EXPECT_EQ(fileSize(kKnownPath), -1);
     EXPECT_EQ(objectSize(kDiscoveredName), -1);
+}
+
+TEST_F(TheSimulatorStore, StaysOutOfAMachineWithoutTheStoreDirectoryByDefault)
+{
+    ASSERT_EQ(rmdir(kStoreDirectory), 0);
+
+    ASSERT_TRUE(mSim.start()) << mSim.log();
+
+    EXPECT_TRUE(mSim.waitForLog("store: disabled: /data/qor/vel does not exist (--store=on creates it)", 10s));
+    EXPECT_EQ(fileSize(kStoreDirectory), -1);
+    EXPECT_FALSE(semaphoreNameExists());
+    EXPECT_EQ(objectSize(kDiscoveredName), -1);
+}
+
+TEST_F(TheSimulatorStore, CreatesTheStoreDirectoryWhenToldTo)
+{
+    ASSERT_EQ(rmdir(kStoreDirectory), 0);
+
+    startSim({"--store=on"});
+
+    EXPECT_EQ(readWholeFile(kVersionPath), "0018");
+    EXPECT_EQ(fileSize(kKnownPath), static_cast<long>(kKnownListBytes));
+    EXPECT_TRUE(semaphoreNameExists());
 }
 
 TEST(TheSimulatorHelp, DocumentsTheStoreControlMethods)
@@ -323,7 +349,7 @@ TEST(TheSimulatorHelp, DocumentsTheStoreControlMethods)
     ASSERT_NE(help.waitExit(10s), -1);
 
     const std::string text = veltest::readFile(dir.file("help.txt"));
-    for (const char* expected : {"--known-devices=FILE", "--discovered-devices=FILE", "--no-store",
+    for (const char* expected : {"--known-devices=FILE", "--discovered-devices=FILE", "--store=MODE",
                                  "com.qor.vel_sim.Store", "PublishKnown(as deviceIds)",
                                  "PublishDiscovered(as deviceIds)", "PublishKnownRaw(ay bytes)",
                                  "PublishDiscoveredRaw(ay bytes)"}) {

@@ -97,6 +97,17 @@ TEST_F(AVelSharedMemoryCompose, TruncatesASharedMemoryObjectOpenedReadWriteToIts
     EXPECT_EQ(objectSize(kDiscoveredName), static_cast<long>(kRecord));
 }
 
+TEST_F(AVelSharedMemoryCompose, TruncatesAnExistingSharedMemoryObjectCreatedAgainToItsNominalSize)
+{
+    ASSERT_TRUE(writeObject(kDiscoveredName, records(2, 3)));
+    DevShmInfo info = discoveredInfo();
+
+    ASSERT_TRUE(mShm.shmComposeDeviceInfoOnBoot(info, SHM_OPEN_CREATE));
+
+    EXPECT_TRUE(info.existed);
+    EXPECT_EQ(objectSize(kDiscoveredName), static_cast<long>(kRecord));
+}
+
 TEST_F(AVelSharedMemoryCompose, NeverTruncatesTheKnownDeviceFileWhateverTheMode)
 {
     const std::vector<unsigned char> bytes = records(1, 4);
