@@ -1,0 +1,84 @@
+#include "ImplVelComProxy.h"
+
+#include <time.h>
+
+#include "VelComProxyLog.h"
+#include "vel/VelAgent.h"
+#include "vel/VelComProxy.h"
+
+namespace {
+
+constexpr int kRegisterAttempts = 60;
+
+void pause100ms()
+{
+    const struct timespec delay = {0, 100000000L};
+    nanosleep(&delay, nullptr);
+}
+
+} // namespace
+
+ImplVelComProxy::ImplVelComProxy(CLIENT_TYPE_e clientType, VelComProxy* owner)
+    : mClientType(static_cast<uint32_t>(clientType)),
+      mOwner(owner),
+      mCallBackAgent(nullptr),
+      mLazyInitialized(false)
+{
+}
+
+ImplVelComProxy::~ImplVelComProxy() = default;
+
+void ImplVelComProxy::setName(std::string name)
+{
+    mName = std::move(name);
+    proxyLog(DLT_LOG_INFO, mName, __func__, "_name:", mName);
+}
+
+bool ImplVelComProxy::openProxy()
+{
+    proxyLog(DLT_LOG_INFO, mName, __func__, "openProxy()");
+    VelComProxy& owner = *mOwner;
+    if (owner.mProxy != nullptr) {
+        return true;
+    }
+    owner.mProxy = com_qor_vel_communicator_proxy_new_for_bus_sync(
+        G_BUS_TYPE_SYSTEM, G_DBUS_PROXY_FLAGS_NONE, owner.mBusName, owner.mObjectPath, nullptr, &owner.mError);
+    if (owner.mProxy != nullptr) {
+        // The shared system-bus connection would otherwise end the host process
+        // when the bus goes away.
+        g_dbus_connection_set_exit_on_close(g_dbus_proxy_get_connection(G_DBUS_PROXY(owner.mProxy)), FALSE);
+    }
+    if (!owner.checkProxyAvailable()) {
+        proxyLog(DLT_LOG_ERROR, mName, __func__, "proxy_new_for_bus_sync Error");
+        return false;
+    }
+    owner.mConnection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &owner.mError);
+    if (owner.mConnection != nullptr) {
+        g_dbus_connection_set_exit_on_close(owner.mConnection, FALSE);
+    }
+    if (!owner.checkProxyAvailable()) {
+        proxyLog(DLT_LOG_ERROR, mName, __func__, "g_bus_get_sync Error");
+        return false;
+    }
+    return true;
+}
+
+void ImplVelComProxy::registerMe()
+{
+    proxyLog(DLT_LOG_INFO, mName, __func__, "registerMe()");
+    int count = 0;
+    while (count < kRegisterAttempts) {
+        // A transport error or a reply of the wrong type leaves result false,
+        // which is a refusal like any other.
+        gboolean result = FALSE;
+        com_qor_vel_communicator_call_register_me_sync(mOwner->mProxy, mClientType, mName.c_str(), &result, nullptr,
+                                                       nullptr);
+        if (result) {
+            return;
+        }
+        proxyLog(DLT_LOG_INFO, mName, __func__, "MVEL is NOT registered. Re-Check count : ", count);
+        ++count;
+        pause100ms();
+    }
+    proxyLog(DLT_LOG_INFO, mName, __func__, "MVEL is NOT registered. return FALSE. retry_count : ", count);
+}

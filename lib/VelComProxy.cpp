@@ -1,0 +1,183 @@
+#include "vel/VelComProxy.h"
+
+#include <time.h>
+
+#include <exception>
+#include <new>
+#include <vector>
+
+#include "ImplVelComProxy.h"
+#include "VelComProxyLog.h"
+#include "vel/VelAgent.h"
+#include "vel/VelCallBackAgent.h"
+
+int VelComProxy::mSignalNoForAgent = -1;
+bool VelComProxy::mIsAppearedMVELService = false;
+
+namespace {
+
+constexpr const char* kServiceBusName = "com.qor.vel_communicator";
+constexpr const char* kServiceObjectPath = "/com/qor/vel_communicator";
+
+// Main-loop threads of destroyed proxies. They are never joined: the thread may
+// be blocked in a bus call and the process is expected to end soon after.
+// Keeping the objects here also keeps a joinable std::thread from being
+// destroyed, which would terminate the process.
+void abandonThread(std::thread* thread)
+{
+    static auto* abandoned = new std::vector<std::thread*>();
+    abandoned->push_back(thread);
+}
+
+} // namespace
+
+VelComProxy::VelComProxy(const CLIENT_TYPE_e& clientType, const std::string& clientName,
+                         VelCallBackAgent* callBackAgent)
+    : mBusName(kServiceBusName),
+      mObjectPath(kServiceObjectPath),
+      mServiceName(kServiceBusName),
+      mProxy(nullptr),
+      mConnection(nullptr),
+      mError(nullptr),
+      mThread(nullptr),
+      mMainContext(nullptr),
+      mImpl(new ImplVelComProxy(clientType, this))
+{
+    orna::OrnaLogWrapper* wrapper = orna::OrnaLogWrapper::instance(true);
+    wrapper->registerApp("VELL", "vel_library");
+    wrapper->registerContext(VELLIB, "VELL", "vel_library");
+    proxyLog(DLT_LOG_INFO, mName, __func__, "constructor _clientType:", static_cast<uint32_t>(clientType),
+             ", _clientName:", clientName);
+    mName = getAdjustedName_l(clientName);
+    mImpl->setName(mName);
+    mImpl->mCallBackAgent = callBackAgent;
+    mThread = new std::thread(&VelComProxy::runMainLoop, this);
+}
+
+VelComProxy::~VelComProxy()
+{
+    proxyLog(DLT_LOG_INFO, mName, __func__, "destructor");
+    if (mProxy != nullptr) {
+        g_object_unref(mProxy);
+        mProxy = nullptr;
+    }
+    if (mConnection != nullptr) {
+        g_object_unref(mConnection);
+        mConnection = nullptr;
+    }
+    abandonThread(mThread);
+    mThread = nullptr;
+    orna::OrnaLogWrapper::instance(true)->unregisterContext(VELLIB);
+    delete mImpl;
+    mImpl = nullptr;
+}
+
+void VelComProxy::runMainLoop()
+{
+    proxyLog(DLT_LOG_INFO, mName, __func__, "run Thread");
+    mMainContext = g_main_context_get_thread_default();
+    if (mMainContext == nullptr) {
+        mMainContext = g_main_context_default();
+    }
+    GMainLoop* loop = g_main_loop_new(mMainContext, FALSE);
+    // Drops a reference that was never taken; the loop's own reference keeps
+    // the context alive, and the loop is never released while the process runs.
+    g_main_context_unref(mMainContext);
+    g_main_loop_run(loop);
+    g_main_loop_unref(loop);
+}
+
+bool VelComProxy::lazyInitialize()
+{
+    proxyLog(DLT_LOG_INFO, mName, __func__, "Not implemented. Lazy initilize()");
+    return true;
+}
+
+bool VelComProxy::setSignalNoForRecovery(int signalNo)
+{
+    proxyLog(DLT_LOG_INFO, mName, __func__, "signalNo:", signalNo);
+    mSignalNoForAgent = signalNo;
+    return true;
+}
+
+bool VelComProxy::checkProxyAvailable()
+{
+    proxyLog(DLT_LOG_INFO, mName, __func__, "checkProxyAvailable()");
+    if (mProxy == nullptr) {
+        proxyLog(DLT_LOG_ERROR, mName, __func__, "@@@ ERR. (mProxy != 0) is false !");
+        return false;
+    }
+    if (mError != nullptr) {
+        g_error_free(mError);
+        mError = nullptr;
+        return false;
+    }
+    return true;
+}
+
+bool VelComProxy::prepareToCommunicateWithStub()
+{
+    try {
+        mImpl->mAgent = std::make_shared<VelAgent>([this](bool appeared) { agentCallback(appeared); });
+    } catch (const std::exception&) {
+        mImpl->mAgent.reset();
+    }
+    if (!mImpl->mAgent) {
+        proxyLog(DLT_LOG_ERROR, mName, __func__, "@@@ ERR. Watching mvel service is failed !!!");
+        return false;
+    }
+    proxyLog(DLT_LOG_INFO, mName, __func__, "Watching mvel service");
+    // A name seen by an earlier proxy produces no new appearance event for this
+    // one, so it connects now.
+    if (mIsAppearedMVELService) {
+        agentCallback(true);
+    }
+    return true;
+}
+
+void VelComProxy::agentCallback(bool appeared)
+{
+    proxyLog(DLT_LOG_INFO, mName, __func__, "agentCallback is executed for recovery. Appeared : ", appeared);
+    if (!appeared) {
+        proxyLog(DLT_LOG_INFO, mName, __func__, "D-Bus service name is vanished.");
+        mIsAppearedMVELService = false;
+        // Subscriptions are not undone here; the facades keep their ids.
+        if (mProxy != nullptr) {
+            g_object_unref(mProxy);
+            mProxy = nullptr;
+        }
+        if (mConnection != nullptr) {
+            g_object_unref(mConnection);
+            mConnection = nullptr;
+        }
+        if (mImpl->mCallBackAgent != nullptr) {
+            mImpl->mCallBackAgent->onRcvMVELReady(false);
+        }
+        return;
+    }
+
+    proxyLog(DLT_LOG_INFO, mName, __func__, "D-Bus service name is appeared.");
+    mIsAppearedMVELService = true;
+    if (!mImpl->mLazyInitialized) {
+        mImpl->mLazyInitialized = lazyInitialize();
+        if (!mImpl->mLazyInitialized) {
+            proxyLog(DLT_LOG_ERROR, mName, __func__, "@@@ ERR. Lazy initialize is in fail. Return !!!");
+            return;
+        }
+    }
+    if (mImpl->checkDbusServiceRegistered(false, mServiceName)) {
+        if (mImpl->openProxy() && subscribe()) {
+            // Gives the service a moment to see the subscriptions before registering.
+            const struct timespec delay = {0, 10000000L};
+            nanosleep(&delay, nullptr);
+            mImpl->registerMe();
+        }
+    } else {
+        proxyLog(DLT_LOG_ERROR, mName, __func__, "@@@ ERR. MVEL is NOT READY");
+    }
+    // Told "ready" even when the service could not be reached: clients rely on
+    // this call to leave their waiting state.
+    if (mImpl->mCallBackAgent != nullptr) {
+        mImpl->mCallBackAgent->onRcvMVELReady(true);
+    }
+}
