@@ -18,5 +18,8 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/libvelConfigVersion.cmake
 install(FILES ${CMAKE_BINARY_DIR}/libvelConfig.cmake ${CMAKE_BINARY_DIR}/libvelConfigVersion.cmake
   DESTINATION ${VEL_CMAKE_DIR})
 
+# The .pc file locates the prefix from its own place, so an installed tree can be moved.
+file(RELATIVE_PATH VEL_PC_TO_PREFIX "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+string(REGEX REPLACE "/$" "" VEL_PC_TO_PREFIX "${VEL_PC_TO_PREFIX}")
 configure_file(${CMAKE_SOURCE_DIR}/cmake/libvel.pc.in ${CMAKE_BINARY_DIR}/libvel.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/libvel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

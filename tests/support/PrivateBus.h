@@ -30,8 +30,8 @@ public:
 
 private:
     ChildProcess mDaemon;
+    TempDir mDir;
     std::string mAddress;
-    std::string mConfigPath;
     GDBusConnection* mTestConnection = nullptr;
 };
 

@@ -33,6 +33,8 @@ struct Module {
     void (*attach)(Context& context);
     // Called after the connection is up: register control interfaces here.
     void (*exportControl)(Context& context);
+    // Called before the simulator exits normally (SIGTERM, SIGINT, Quit), or nullptr.
+    void (*shutdown)(Context& context) = nullptr;
 };
 
 std::vector<const Module*>& modules();

@@ -1,0 +1,11 @@
+#pragma once
+
+// Everything a libvel client needs: the facades, their callback interfaces,
+// the shared vocabulary, logging, timers, the device store and the generated
+// bus binding.
+
+#include "vel/mvel_interface.h"
+#include "vel/OrnaLogWrapper.h"
+#include "vel/VelTypes.h"
+#include "vel/VelCallBackAgent.h"
+#include "vel/VelComProxy.h"
