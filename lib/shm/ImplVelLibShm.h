@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+#include "VelLibShmSemaphore.h"
+#include "vel/VelSharedMemory.h"
+
+// State of one device list reader.
+class ImplVelLibShm {
+public:
+    ImplVelLibShm();
+
+    void fillDescriptors();
+    bool prepareForShm_l();
+    DevShmInfo* selectDescriptor(unsigned _listType);
+
+    const std::string mStoreDirectory;
+    const std::string mKnownDevicesName;
+    const std::string mDiscoveredDevicesName;
+    VelSharedMemory* mpSHM;
+    DevShmInfo mVellShmKnownDevInfo;
+    DevShmInfo mVellShmDiscoveredDevInfo;
+    VelLibShmSemaphore* mpSemaphore;
+};
