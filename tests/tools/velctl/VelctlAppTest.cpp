@@ -1,0 +1,1 @@
+// Placeholder replaced below once the application side of the simulator is in.
