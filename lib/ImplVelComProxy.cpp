@@ -50,6 +50,9 @@ bool ImplVelComProxy::openProxy()
     }
     if (!owner.checkProxyAvailable()) {
         proxyLog(DLT_LOG_ERROR, mName, __func__, "proxy_new_for_bus_sync Error");
+        // Without a proxy the check above leaves the error in place; the next
+        // attempt needs an empty slot.
+        g_clear_error(&owner.mError);
         return false;
     }
     owner.mConnection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &owner.mError);

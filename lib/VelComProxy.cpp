@@ -3,6 +3,7 @@
 #include <time.h>
 
 #include <exception>
+#include <future>
 #include <new>
 #include <vector>
 
@@ -51,7 +52,12 @@ VelComProxy::VelComProxy(const CLIENT_TYPE_e& clientType, const std::string& cli
     mName = getAdjustedName_l(clientName);
     mImpl->setName(mName);
     mImpl->mCallBackAgent = callBackAgent;
-    mThread = new std::thread(&VelComProxy::runMainLoop, this);
+    std::promise<void> started;
+    std::future<void> running = started.get_future();
+    mThread = new std::thread(&VelComProxy::runMainLoop, this, &started);
+    // Past this point the thread no longer touches the object, so an early
+    // destruction cannot pull anything from under it.
+    running.wait();
 }
 
 VelComProxy::~VelComProxy()
@@ -72,7 +78,7 @@ VelComProxy::~VelComProxy()
     mImpl = nullptr;
 }
 
-void VelComProxy::runMainLoop()
+void VelComProxy::runMainLoop(std::promise<void>* started)
 {
     proxyLog(DLT_LOG_INFO, mName, __func__, "run Thread");
     mMainContext = g_main_context_get_thread_default();
@@ -83,6 +89,7 @@ void VelComProxy::runMainLoop()
     // Drops a reference that was never taken; the loop's own reference keeps
     // the context alive, and the loop is never released while the process runs.
     g_main_context_unref(mMainContext);
+    started->set_value();
     g_main_loop_run(loop);
     g_main_loop_unref(loop);
 }

@@ -2,6 +2,7 @@
 
 #include <gio/gio.h>
 
+#include <future>
 #include <string>
 #include <thread>
 
@@ -51,7 +52,7 @@ protected:
 
 private:
     friend class ImplVelComProxy;
-    void runMainLoop();
+    void runMainLoop(std::promise<void>* started);
 
     ImplVelComProxy* mImpl;
 };

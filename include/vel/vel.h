@@ -9,3 +9,6 @@
 #include "vel/VelTypes.h"
 #include "vel/VelCallBackAgent.h"
 #include "vel/VelComProxy.h"
+#include "vel/VelAgent.h"
+#include "vel/VelTimer.h"
+#include "vel/VelLibUtil.h"

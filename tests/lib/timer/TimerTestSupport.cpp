@@ -1,0 +1,43 @@
+#include "TimerTestSupport.h"
+
+#include <chrono>
+#include <fstream>
+
+#include "WaitUntil.h"
+
+namespace timertest {
+
+volatile sig_atomic_t gFiredCount = 0;
+volatile sig_atomic_t gFiredSignal = 0;
+
+void recordSignal(int signo)
+{
+    gFiredSignal = signo;
+    gFiredCount = gFiredCount + 1;
+}
+
+int countPosixTimers()
+{
+    std::ifstream in("/proc/self/timers");
+    int count = 0;
+    for (std::string text; std::getline(in, text);) {
+        count += text.rfind("ID:", 0) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
+long remainingMs(void* timerId)
+{
+    struct itimerspec spec;
+    if (timer_gettime(static_cast<timer_t>(timerId), &spec) != 0) {
+        return -1;
+    }
+    return static_cast<long>(spec.it_value.tv_sec) * 1000L + spec.it_value.tv_nsec / 1000000L;
+}
+
+bool waitForFired(int count, int timeoutMs)
+{
+    return veltest::waitUntil([count] { return gFiredCount >= count; }, std::chrono::milliseconds(timeoutMs));
+}
+
+} // namespace timertest
