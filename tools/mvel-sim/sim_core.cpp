@@ -38,6 +38,16 @@ gchar** gDeviceIdOptions = nullptr;
 gchar** gCredentialOptions = nullptr;
 gchar* gBtMacOption = nullptr;
 gboolean gNoCredentials = FALSE;
+gchar* gConnectOnRegisterOption = nullptr;
+
+// A connect request sent to every core engine that registers (demo mode).
+struct ConnectOnRegister {
+    bool enabled = false;
+    std::string deviceId;
+    guint32 technology = 0;
+};
+ConnectOnRegister gConnectOnRegister;
+GDBusConnection* gConnection = nullptr;
 
 void setDefaults()
 {
@@ -140,6 +150,38 @@ gboolean onInformFromCore(ComQorVel_communicator* skeleton, GDBusMethodInvocatio
     // The call line already shows every argument.
     com_qor_vel_communicator_complete_inform_from_core(skeleton, invocation);
     return TRUE;
+}
+
+gboolean emitConnectRequest(gpointer)
+{
+    GVariant* parameters = g_variant_new("(uusuuusssuu)", 1u, gConnectOnRegister.technology,
+                                         gConnectOnRegister.deviceId.c_str(), 0u, 0u, 0u, "", "", "", 0u, 0u);
+    gchar* printed = g_variant_print(parameters, TRUE);
+    sim::logLine("emit actionToCore %s", printed);
+    g_free(printed);
+    g_dbus_connection_emit_signal(gConnection, nullptr, sim::kServicePath, sim::kServiceName, "actionToCore",
+                                  parameters, nullptr);
+    return G_SOURCE_REMOVE;
+}
+
+// Sees registerMe on GDBus's worker thread. A client subscribes before it
+// registers, so a request emitted from here on reaches it.
+GDBusMessage* watchCoreRegistrations(GDBusConnection*, GDBusMessage* message, gboolean incoming, gpointer)
+{
+    if (!incoming || g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_METHOD_CALL ||
+        g_strcmp0(g_dbus_message_get_member(message), "registerMe") != 0 ||
+        g_strcmp0(g_dbus_message_get_interface(message), sim::kServiceName) != 0) {
+        return message;
+    }
+    GVariant* body = g_dbus_message_get_body(message);
+    if (body != nullptr && g_variant_is_of_type(body, G_VARIANT_TYPE("(us)"))) {
+        guint32 type = 0;
+        g_variant_get(body, "(u&s)", &type, nullptr);
+        if (type >= 200 && type <= 203) {
+            g_idle_add(emitConnectRequest, nullptr);
+        }
+    }
+    return message;
 }
 
 const char* const kCoreControlXml = R"XML(
@@ -276,9 +318,17 @@ GOptionGroup* coreOptions()
          "Answer Wi-Fi credentials queries with an empty list", nullptr},
         {"core-bt-mac", 0, 0, G_OPTION_ARG_STRING, &gBtMacOption,
          "Head unit Bluetooth MAC address to answer (default 00:11:22:33:44:55)", "MAC"},
+        {"core-connect-on-register", 0, 0, G_OPTION_ARG_STRING, &gConnectOnRegisterOption,
+         "Emit actionToCore connect (action 1) for this device to every core engine that registers",
+         "DEVICEID:TECHNOLOGY"},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
     GOptionGroup* group = g_option_group_new(
-        "core", "Core engine side: answers of actionFromCore; control interface com.qor.vel_sim.Core",
+        "core",
+        "Core engine side: answers actionFromCore, takes informFromCore.\nControl interface com.qor.vel_sim.Core "
+        "at /com/qor/vel_sim: SetDeviceId(u technology, s deviceId), SetWifiCredentials(a(ssyuuss)), "
+        "SetBtMacAddress(s), SetMalformedReply(b), and EmitActionToCore, EmitActionToCoreWireless, "
+        "EmitCheckCapability, EmitCoreRequestDone, EmitNoticeToCoreLinkLoss, EmitNoticeToCore, each with the "
+        "arguments of its signal.\n\nCore engine options:",
         "Show the core engine options", nullptr, nullptr);
     g_option_group_add_entries(group, entries);
     return group;
@@ -310,11 +360,27 @@ void applyOptions()
     if (gBtMacOption != nullptr) {
         gState.btMacAddress = gBtMacOption;
     }
+    if (gConnectOnRegisterOption != nullptr) {
+        const char* separator = std::strrchr(gConnectOnRegisterOption, ':');
+        if (separator == nullptr || separator == gConnectOnRegisterOption) {
+            sim::logLine("ignored --core-connect-on-register=%s (expected DEVICEID:TECHNOLOGY)",
+                         gConnectOnRegisterOption);
+        } else {
+            gConnectOnRegister.enabled = true;
+            gConnectOnRegister.deviceId.assign(gConnectOnRegisterOption,
+                                               static_cast<std::size_t>(separator - gConnectOnRegisterOption));
+            gConnectOnRegister.technology = static_cast<guint32>(std::strtoul(separator + 1, nullptr, 10));
+        }
+    }
 }
 
 void attachCore(sim::Context& context)
 {
     applyOptions();
+    gConnection = context.connection;
+    if (gConnectOnRegister.enabled) {
+        g_dbus_connection_add_filter(context.connection, watchCoreRegistrations, nullptr, nullptr);
+    }
     g_signal_connect(context.skeleton, "handle-action-from-core", G_CALLBACK(onActionFromCore), nullptr);
     g_signal_connect(context.skeleton, "handle-inform-from-core", G_CALLBACK(onInformFromCore), nullptr);
 }
@@ -329,6 +395,8 @@ void shutdownCore(sim::Context&)
     g_strfreev(gDeviceIdOptions);
     g_strfreev(gCredentialOptions);
     g_free(gBtMacOption);
+    g_free(gConnectOnRegisterOption);
+    gConnectOnRegisterOption = nullptr;
     gDeviceIdOptions = nullptr;
     gCredentialOptions = nullptr;
     gBtMacOption = nullptr;
