@@ -14,14 +14,14 @@ std::string number(unsigned int value)
 
 std::string deviceList(const char* name, std::list<DEVICE>& devices, int result)
 {
-    std::string line = std::string(name) + " (" + std::to_string(devices.size()) + "):";
+    std::string line = std::string(name) + " (result " + std::to_string(result) + "):";
     const char* separator = " ";
     for (const DEVICE& device : devices) {
         // deviceId is the one field the library knows; it may fill all its bytes.
         line += separator + std::string(device.deviceId, strnlen(device.deviceId, sizeof(device.deviceId)));
         separator = ", ";
     }
-    return line + ", result " + std::to_string(result);
+    return devices.empty() ? line + " none" : line;
 }
 
 } // namespace
