@@ -1,6 +1,8 @@
 // Soak client holding an application facade (kind 100). "request" sends a
-// connect request; its completion is printed when the service answers:
+// connect request, "query" asks synchronously whether the most devices are
+// paired. Completions and link-loss notices are printed as they arrive:
 //   completed connect <deviceId> <result>
+//   linkloss <deviceId> <technology>
 #include <csignal>
 #include <cstdio>
 
@@ -16,6 +18,10 @@ public:
     void onRcvResponseConnectService(std::string deviceId, TECHNOLOGY_e, int result) override
     {
         soak::say("completed connect %s %d", deviceId.c_str(), result);
+    }
+    void onRcvNoticeLinkLossToApp(std::string deviceId, TECHNOLOGY_e technology, int) override
+    {
+        soak::say("linkloss %s %u", deviceId.c_str(), static_cast<unsigned>(technology));
     }
 };
 

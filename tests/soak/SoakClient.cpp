@@ -6,6 +6,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <fstream>
 #include <mutex>
@@ -43,6 +44,28 @@ long statusField(const std::string& name)
     return -1;
 }
 
+// Threads of GLib's worker pool come and go with its work (an idle one
+// ends after a while); they are counted apart from the others.
+int countPoolThreads()
+{
+    DIR* directory = opendir("/proc/self/task");
+    if (directory == nullptr) {
+        return -1;
+    }
+    int count = 0;
+    while (const dirent* entry = readdir(directory)) {
+        if (entry->d_name[0] == '.') {
+            continue;
+        }
+        std::ifstream comm(std::string("/proc/self/task/") + entry->d_name + "/comm");
+        std::string name;
+        std::getline(comm, name);
+        count += name == "pool" ? 1 : 0;
+    }
+    closedir(directory);
+    return count;
+}
+
 int countTimers()
 {
     std::ifstream timers("/proc/self/timers");
@@ -60,17 +83,23 @@ int countTimers()
 
 // Library lines of warning level and above go to stdout; the rest is
 // dropped, so that a thousand restarts keep the output small.
+// The library's own report of the service's name going and coming is
+// printed too, for clients that have no callback to tell them.
 extern "C" void vw_log_print(const char*, const char*, int, int severity, int, int, const char* format, ...)
 {
-    if (severity < 0xA0) {
-        return;
-    }
     char text[1024];
     va_list args;
     va_start(args, format);
     std::vsnprintf(text, sizeof(text), format, args);
     va_end(args);
-    soak::say("log %#x %s", severity, text);
+    if (std::strstr(text, "[agentCallback] D-Bus service name is vanished.") != nullptr) {
+        soak::say("vanished");
+    } else if (std::strstr(text, "[agentCallback] D-Bus service name is appeared.") != nullptr) {
+        soak::say("appeared");
+    }
+    if (severity >= 0xA0) {
+        soak::say("log %#x %s", severity, text);
+    }
 }
 
 namespace soak {
@@ -88,8 +117,9 @@ void say(const char* format, ...)
 
 void sayStats()
 {
-    say("stats fds=%d threads=%ld rss_kb=%ld timers=%d", countFds(), statusField("Threads"),
-        statusField("VmRSS"), countTimers());
+    const int pool = countPoolThreads();
+    say("stats fds=%d threads=%ld pool_threads=%d rss_kb=%ld timers=%d", countFds(), statusField("Threads") - pool,
+        pool, statusField("VmRSS"), countTimers());
 }
 
 long long nowMs()

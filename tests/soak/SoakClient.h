@@ -10,9 +10,10 @@
 //
 // A client prints what happens to it on stdout, one line each:
 //   ready 1 | ready 0                  onRcvMVELReady
-//   stats fds=N threads=N rss_kb=N timers=N
+//   stats fds=N threads=N pool_threads=N rss_kb=N timers=N  (threads: not GLib's pool)
 //   request ok=0|1 ms=N [detail]       the answer to the command "request"
 //   log <severity> <text>              library lines of warning level and above
+//   vanished | appeared                the library saw the service's name go or come
 // and takes commands, one a line, from the FIFO named by its first argument:
 //   stats, request, quit.
 namespace soak {

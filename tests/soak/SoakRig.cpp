@@ -84,7 +84,7 @@ void busFootprint(GDBusConnection* connection, pid_t pid, Footprint& footprint)
 std::string Footprint::text() const
 {
     std::ostringstream out;
-    out << "fds=" << fds << " threads=" << threads << " rss_kb=" << rssKb << " timers=" << timers
+    out << "fds=" << fds << " threads=" << threads << " pool_threads=" << poolThreads << " rss_kb=" << rssKb << " timers=" << timers
         << " bus_connections=" << busConnections << " match_rules=" << matchRules;
     return out.str();
 }
@@ -99,7 +99,27 @@ long field(const std::string& line, const std::string& key)
     return std::strtol(line.c_str() + at + marker.size(), nullptr, 10);
 }
 
-Service::Service(veltest::PrivateBus& bus) : mBus(bus), mLog(mDir.file("mvel-sim.log")) {}
+BusConnectionSource connectionOf(veltest::PrivateBus& bus)
+{
+    return [&bus] { return bus.testConnection(); };
+}
+
+bool nameHasOwner(GDBusConnection* connection, const char* name)
+{
+    if (connection == nullptr) {
+        return false;
+    }
+    GVariant* reply = callBus(connection, "org.freedesktop.DBus", "NameHasOwner", g_variant_new("(s)", name), "(b)");
+    if (reply == nullptr) {
+        return false;
+    }
+    gboolean owned = FALSE;
+    g_variant_get(reply, "(b)", &owned);
+    g_variant_unref(reply);
+    return owned != FALSE;
+}
+
+Service::Service(BusConnectionSource bus) : mBus(std::move(bus)), mLog(mDir.file("mvel-sim.log")) {}
 
 Service::~Service()
 {
@@ -113,12 +133,12 @@ bool Service::start()
         return false;
     }
     return veltest::waitUntil(
-               [&] { return mBus.nameHasOwner("com.qor.vel_communicator") || !mProcess.running(); },
+               [&] { return nameHasOwner(mBus(), "com.qor.vel_communicator") || !mProcess.running(); },
                std::chrono::seconds(10), kPoll) &&
            mProcess.running();
 }
 
-SoakRig::SoakRig(veltest::PrivateBus& bus) : mBus(bus)
+SoakRig::SoakRig(BusConnectionSource bus) : mBus(std::move(bus))
 {
     const struct {
         const char* kind;
@@ -148,18 +168,30 @@ SoakRig::~SoakRig()
     }
 }
 
+bool SoakRig::startClient(ClientProcess& client, const std::vector<std::string>& wrapper)
+{
+    if (mkfifo(client.fifo.c_str(), 0600) != 0 && errno != EEXIST) {
+        return false;
+    }
+    if (!wrapper.empty()) {
+        // Another user must reach the FIFO; the output file is opened for
+        // the client before the wrapper changes user.
+        chmod(mDir.path().c_str(), 0755);
+        chmod(client.fifo.c_str(), 0666);
+    }
+    std::vector<std::string> argv = wrapper;
+    argv.push_back(client.executable);
+    argv.push_back(client.fifo);
+    if (!client.process.start(argv, client.output.path())) {
+        return false;
+    }
+    return waitForLines(client, "started", 1, std::chrono::seconds(30));
+}
+
 bool SoakRig::startClients()
 {
     for (auto& client : mClients) {
-        if (mkfifo(client->fifo.c_str(), 0600) != 0 && errno != EEXIST) {
-            return false;
-        }
-        if (!client->process.start({client->executable, client->fifo}, client->output.path())) {
-            return false;
-        }
-    }
-    for (auto& client : mClients) {
-        if (!waitForLines(*client, "started", 1, std::chrono::seconds(30))) {
+        if (!startClient(*client)) {
             return false;
         }
     }
@@ -223,9 +255,10 @@ Footprint SoakRig::footprint(ClientProcess& client)
     const std::string stats = ask(client, "stats", "stats ", std::chrono::seconds(10));
     footprint.fds = field(stats, "fds");
     footprint.threads = field(stats, "threads");
+    footprint.poolThreads = field(stats, "pool_threads");
     footprint.rssKb = field(stats, "rss_kb");
     footprint.timers = field(stats, "timers");
-    busFootprint(mBus.testConnection(), client.process.pid(), footprint);
+    busFootprint(mBus(), client.process.pid(), footprint);
     return footprint;
 }
 

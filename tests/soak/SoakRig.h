@@ -2,7 +2,10 @@
 
 #include <sys/types.h>
 
+#include <gio/gio.h>
+
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,10 +16,21 @@
 
 namespace soak {
 
+// A connection of the test's own to the bus under test (owned by the bus
+// object), for name and statistics queries.
+using BusConnectionSource = std::function<GDBusConnection*()>;
+
+// The test connection of a veltest::PrivateBus.
+BusConnectionSource connectionOf(veltest::PrivateBus& bus);
+
+// Whether the name has an owner on the bus.
+bool nameHasOwner(GDBusConnection* connection, const char* name);
+
 // What a client process holds, from its own view and from the bus's.
 struct Footprint {
     long fds = -1;
-    long threads = -1;
+    long threads = -1;     // not counting GLib's worker pool
+    long poolThreads = -1; // GLib's worker pool, which grows and shrinks with work
     long rssKb = -1;
     long timers = -1;
     long busConnections = -1;
@@ -29,7 +43,8 @@ struct Footprint {
 // restarts the log grows long, and every restart appends to the same file.
 class Service {
 public:
-    explicit Service(veltest::PrivateBus& bus);
+    explicit Service(BusConnectionSource bus);
+    explicit Service(veltest::PrivateBus& bus) : Service(connectionOf(bus)) {}
     ~Service();
 
     // Starts the simulator and waits (up to 10 s) until it owns the name.
@@ -40,14 +55,15 @@ public:
     LineLog& log() { return mLog; }
 
 private:
-    veltest::PrivateBus& mBus;
+    BusConnectionSource mBus;
     veltest::TempDir mDir;
     veltest::ChildProcess mProcess;
     LineLog mLog;
 };
 
 // One soak client process (tests/soak/Soak*Client.cpp) with its command FIFO
-// and its output.
+// and its output. Besides the lines of SoakClient.h it prints "vanished" and
+// "appeared" when its library reports the service's name going and coming.
 struct ClientProcess {
     std::string kind;          // "app", "core" or "controller"
     std::string executable;
@@ -62,12 +78,16 @@ struct ClientProcess {
 // when the rig goes; the FIFOs live in the rig's temporary directory.
 class SoakRig {
 public:
-    explicit SoakRig(veltest::PrivateBus& bus);
+    explicit SoakRig(BusConnectionSource bus);
+    explicit SoakRig(veltest::PrivateBus& bus) : SoakRig(connectionOf(bus)) {}
     ~SoakRig();
 
     // Starts an application, a core engine and a controller client and waits
     // until each has made its facade.
     bool startClients();
+    // Starts one client, its command line preceded by `wrapper` (e.g. setpriv
+    // to run it as another user; its FIFO is then open to every user).
+    bool startClient(ClientProcess& client, const std::vector<std::string>& wrapper = {});
     void stopClients();
     std::vector<std::unique_ptr<ClientProcess>>& clients() { return mClients; }
     ClientProcess& client(const std::string& kind);
@@ -83,7 +103,7 @@ public:
     Footprint footprint(ClientProcess& client);
 
 private:
-    veltest::PrivateBus& mBus;
+    BusConnectionSource mBus;
     veltest::TempDir mDir;
     std::vector<std::unique_ptr<ClientProcess>> mClients;
 };
