@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <mutex>
 
 namespace sim {
 
@@ -13,6 +14,9 @@ std::vector<const Module*>& modules()
 
 void logLine(const char* format, ...)
 {
+    // Lines come from the main loop and from GDBus's worker thread.
+    static std::mutex lineMutex;
+    std::lock_guard<std::mutex> lock(lineMutex);
     va_list args;
     va_start(args, format);
     std::vprintf(format, args);

@@ -43,17 +43,18 @@ const char* const kControlXml = R"XML(
 </interface>
 )XML";
 
-void printCall(GDBusMethodInvocation* invocation)
+// Runs on GDBus's worker thread for every incoming message, in the order the
+// bus delivered them, so the "call" lines keep bus order.
+GDBusMessage* printServiceCalls(GDBusConnection*, GDBusMessage* message, gboolean incoming, gpointer)
 {
-    gchar* printed = g_variant_print(g_dbus_method_invocation_get_parameters(invocation), TRUE);
-    sim::logLine("call %s %s", g_dbus_method_invocation_get_method_name(invocation), printed);
-    g_free(printed);
-}
-
-gboolean onAuthorizeMethod(GDBusInterfaceSkeleton*, GDBusMethodInvocation* invocation, gpointer)
-{
-    printCall(invocation);
-    return TRUE;
+    if (incoming && g_dbus_message_get_message_type(message) == G_DBUS_MESSAGE_TYPE_METHOD_CALL &&
+        g_strcmp0(g_dbus_message_get_interface(message), sim::kServiceName) == 0) {
+        GVariant* body = g_dbus_message_get_body(message);
+        gchar* printed = body != nullptr ? g_variant_print(body, TRUE) : g_strdup("()");
+        sim::logLine("call %s %s", g_dbus_message_get_member(message), printed);
+        g_free(printed);
+    }
+    return message;
 }
 
 // A reply that does not match the interface cannot go through the skeleton,
@@ -208,9 +209,9 @@ int main(int argc, char** argv)
     }
     g_dbus_connection_set_exit_on_close(gContext.connection, FALSE);
     g_signal_connect(gContext.connection, "closed", G_CALLBACK(onConnectionClosed), nullptr);
+    g_dbus_connection_add_filter(gContext.connection, printServiceCalls, nullptr, nullptr);
 
     gContext.skeleton = com_qor_vel_communicator_skeleton_new();
-    g_signal_connect(gContext.skeleton, "g-authorize-method", G_CALLBACK(onAuthorizeMethod), nullptr);
     g_signal_connect(gContext.skeleton, "handle-register-me", G_CALLBACK(onRegisterMe), nullptr);
     for (const sim::Module* module : sim::modules()) {
         if (module->attach != nullptr) {

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <cstddef>
+
+#include "vel/VelTypes.h"
+
+// Zeroed buffers for DEVICE records read out of the device store. They are
+// page-aligned so that the copy out of the mapping stays on memcpy's fast
+// path; the length is rounded up to whole pages.
+DEVICE* allocateDeviceRecords(std::size_t bytes);
+void freeDeviceRecords(DEVICE*& records);
+
+// Length of the record's deviceId, never looking past its field.
+std::size_t deviceIdLength(const DEVICE& record);
