@@ -2,11 +2,13 @@
 
 #include <time.h>
 
+#include <chrono>
 #include <exception>
 #include <future>
 #include <new>
 #include <vector>
 
+#include "DispatchGate.h"
 #include "ImplVelComProxy.h"
 #include "VelComProxyLog.h"
 #include "vel/VelAgent.h"
@@ -19,6 +21,8 @@ namespace {
 
 constexpr const char* kServiceBusName = "com.qor.vel_communicator";
 constexpr const char* kServiceObjectPath = "/com/qor/vel_communicator";
+// How long a destructor waits for a bus callback of its object to finish.
+constexpr std::chrono::milliseconds kCallbackDrainTimeout(2000);
 
 // Main-loop threads of destroyed proxies. They are never joined: the thread may
 // be blocked in a bus call and the process is expected to end soon after.
@@ -44,6 +48,7 @@ VelComProxy::VelComProxy(const CLIENT_TYPE_e& clientType, const std::string& cli
       mMainContext(nullptr),
       mImpl(new ImplVelComProxy(clientType, this))
 {
+    DispatchGate::openFor(this);
     orna::OrnaLogWrapper* wrapper = orna::OrnaLogWrapper::instance(true);
     wrapper->registerApp("VELL", "vel_library");
     wrapper->registerContext(VELLIB, "VELL", "vel_library");
@@ -63,6 +68,15 @@ VelComProxy::VelComProxy(const CLIENT_TYPE_e& clientType, const std::string& cli
 VelComProxy::~VelComProxy()
 {
     proxyLog(DLT_LOG_INFO, mName, __func__, "destructor");
+    DispatchGate* gate = DispatchGate::forOwner(this);
+    if (gate != nullptr && !gate->closeAndDrain(kCallbackDrainTimeout)) {
+        // A link callback still runs on this object (e.g. a presence check at
+        // exit): everything it uses is kept rather than freed under it.
+        proxyLog(DLT_LOG_WARN, mName, __func__, "@@@ WARN. A callback is still running. Keep its state!");
+        abandonThread(mThread);
+        mThread = nullptr;
+        return;
+    }
     if (mProxy != nullptr) {
         g_object_unref(mProxy);
         mProxy = nullptr;
@@ -144,6 +158,11 @@ bool VelComProxy::prepareToCommunicateWithStub()
 
 void VelComProxy::agentCallback(bool appeared)
 {
+    // The agent keeps calling the proxies it was given, destroyed or not.
+    DispatchGate::Pass pass(DispatchGate::forOwner(this));
+    if (!pass) {
+        return;
+    }
     proxyLog(DLT_LOG_INFO, mName, __func__, "agentCallback is executed for recovery. Appeared : ", appeared);
     if (!appeared) {
         proxyLog(DLT_LOG_INFO, mName, __func__, "D-Bus service name is vanished.");

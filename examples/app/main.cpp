@@ -143,6 +143,7 @@ private:
 };
 
 struct Arguments {
+    bool help = false;
     std::string device;
     unsigned technology = 2;
     int timeoutSeconds = 15;
@@ -152,7 +153,11 @@ bool parseArguments(int argc, char** argv, Arguments& arguments)
 {
     for (int i = 1; i < argc; ++i) {
         const std::string option = argv[i];
-        if (option == "--help" || option == "-h" || i + 1 >= argc) {
+        if (option == "--help" || option == "-h") {
+            arguments.help = true;
+            return true;
+        }
+        if (i + 1 >= argc) {
             return false;
         }
         const std::string value = argv[++i];
@@ -180,9 +185,15 @@ int giveUp(const std::string& what, int seconds)
 int main(int argc, char** argv)
 {
     Arguments arguments;
-    if (!parseArguments(argc, argv, arguments)) {
-        std::fprintf(stderr, "usage: %s [--device ID] [--technology N] [--timeout SECONDS]\n", argv[0]);
-        return 1;
+    const bool parsed = parseArguments(argc, argv, arguments);
+    if (!parsed || arguments.help) {
+        std::fprintf(parsed ? stdout : stderr,
+                     "usage: %s [--device ID] [--technology N] [--timeout SECONDS]\n"
+                     "Connects to com.qor.vel_communicator on the system bus, prints the device lists it\n"
+                     "announces, then connects and disconnects a service of --device (default: the first\n"
+                     "known device). --technology defaults to 2, --timeout (per step) to 15 s.\n",
+                     argv[0]);
+        return parsed ? 0 : 1;
     }
     const std::chrono::seconds timeout(arguments.timeoutSeconds);
 

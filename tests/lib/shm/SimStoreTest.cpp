@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <chrono>
 
@@ -90,7 +91,7 @@ TEST_F(TheSimulatorStore, CreatesTheStoreBeforeItTakesTheServiceName)
     startSim();
 
     EXPECT_EQ(readWholeFile(kVersionPath), "0018");
-    EXPECT_EQ(readWholeFile(kKnownPath), std::string(kKnownListBytes, '\0'));
+    EXPECT_TRUE(sameBytes(readWholeFile(kKnownPath), std::string(kKnownListBytes, '\0')));
     EXPECT_EQ(objectSize(kDiscoveredName), static_cast<long>(kRecord));
     sem_t* semaphore = sem_open(kSemaphoreName, 0);
     ASSERT_NE(semaphore, SEM_FAILED);
@@ -110,7 +111,7 @@ TEST_F(TheSimulatorStore, PublishesAKnownListThatAReaderReadsByteExact)
 
     ASSERT_TRUE(publish("PublishKnownRaw", bytesArgument(list)));
 
-    EXPECT_EQ(readList(reader, KNOWN_DEVICE_LIST, 10), list);
+    EXPECT_TRUE(sameBytes(readList(reader, KNOWN_DEVICE_LIST, 10), list));
     EXPECT_EQ(fileSize(kKnownPath), static_cast<long>(kKnownListBytes));
 }
 
@@ -157,7 +158,7 @@ TEST_F(TheSimulatorStore, RefusesAListOfMoreThanTenDevices)
     EXPECT_FALSE(publish("PublishKnown", idsArgument(ids)));
     EXPECT_FALSE(publish("PublishDiscovered", idsArgument(ids)));
 
-    EXPECT_EQ(readWholeFile(kKnownPath), std::string(kKnownListBytes, '\0'));
+    EXPECT_TRUE(sameBytes(readWholeFile(kKnownPath), std::string(kKnownListBytes, '\0')));
 }
 
 TEST_F(TheSimulatorStore, LeavesOneByteForAnEmptyRawList)
@@ -187,7 +188,7 @@ TEST_F(TheSimulatorStore, PublishesTheSampleDevicesGivenAtStart)
     EXPECT_EQ(idOf(known, 2), "00:1A:7D:DA:71:13");
     EXPECT_EQ(idOf(known, 3), "");
     ASSERT_EQ(discovered.size(), 3 * kRecord);
-    EXPECT_EQ(std::vector<unsigned char>(known.begin(), known.begin() + 3 * kRecord), discovered);
+    EXPECT_TRUE(sameBytes(std::vector<unsigned char>(known.begin(), known.begin() + 3 * kRecord), discovered));
     EXPECT_EQ(objectSize(kDiscoveredName), static_cast<long>(3 * kRecord));
 }
 
@@ -198,7 +199,7 @@ TEST_F(TheSimulatorStore, RemovesAStoredKnownListOfTheWrongSizeAtStart)
 
     startSim();
 
-    EXPECT_EQ(readWholeFile(kKnownPath), std::string(kKnownListBytes, '\0'));
+    EXPECT_TRUE(sameBytes(readWholeFile(kKnownPath), std::string(kKnownListBytes, '\0')));
 }
 
 TEST_F(TheSimulatorStore, KeepsAValidStoredKnownListAcrossARestart)
@@ -214,15 +215,17 @@ TEST_F(TheSimulatorStore, KeepsAValidStoredKnownListAcrossARestart)
     VelLibShm reader;
     ASSERT_TRUE(reader.initialize("client"));
 
-    EXPECT_EQ(readList(reader, KNOWN_DEVICE_LIST, 10), list);
+    EXPECT_TRUE(sameBytes(readList(reader, KNOWN_DEVICE_LIST, 10), list));
 }
 
 TEST_F(TheSimulatorStore, RemovesTheNamesItCreatedWhenItStops)
 {
     startSim();
 
-    mSim.stop();
+    const int status = mSim.stop();
 
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << mSim.log();
+    EXPECT_TRUE(mSim.waitForLog("store: closed", 1s));
     EXPECT_FALSE(semaphoreNameExists());
     EXPECT_EQ(objectSize(kDiscoveredName), -1);
     // The known list is kept on file, as the service keeps it.
@@ -306,13 +309,40 @@ TEST_F(TheSimulatorStore, WritesAndPostsWhenAReaderLeftTheSemaphoreTaken)
 
 TEST_F(TheSimulatorStore, StaysOutOfTheStoreWhenToldSo)
 {
-    ASSERT_TRUE(mSim.start({"--no-store"})) << mSim.log();
+    ASSERT_TRUE(mSim.start({"--store=off"})) << mSim.log();
 
     EXPECT_TRUE(mSim.waitForLog("store: disabled", 10s));
     EXPECT_FALSE(publish("PublishKnown", idsArgument({"x"})));
     EXPECT_FALSE(semaphoreNameExists());
     EXPECT_EQ(fileSize(kKnownPath), -1);
     EXPECT_EQ(objectSize(kDiscoveredName), -1);
+}
+
+TEST_F(TheSimulatorStore, CreatesAMissingStoreDirectoryInItsPrivateNamespace)
+{
+    ASSERT_EQ(rmdir(kStoreDirectory), 0);
+
+    startSim();
+
+    EXPECT_EQ(readWholeFile(kVersionPath), "0018");
+    EXPECT_EQ(fileSize(kKnownPath), static_cast<long>(kKnownListBytes));
+    EXPECT_TRUE(semaphoreNameExists());
+}
+
+TEST_F(TheSimulatorStore, PublishesWhenToldToWhereverItRuns)
+{
+    startSim({"--store=on"});
+
+    EXPECT_EQ(fileSize(kKnownPath), static_cast<long>(kKnownListBytes));
+    EXPECT_TRUE(semaphoreNameExists());
+}
+
+TEST_F(TheSimulatorStore, RefusesAnUnknownStoreMode)
+{
+    ASSERT_TRUE(mSim.start({"--store=sometimes"})) << mSim.log();
+
+    EXPECT_TRUE(mSim.waitForLog("store: disabled: unknown --store mode sometimes (auto, on or off)", 10s));
+    EXPECT_FALSE(semaphoreNameExists());
 }
 
 TEST(TheSimulatorHelp, DocumentsTheStoreControlMethods)
@@ -323,7 +353,7 @@ TEST(TheSimulatorHelp, DocumentsTheStoreControlMethods)
     ASSERT_NE(help.waitExit(10s), -1);
 
     const std::string text = veltest::readFile(dir.file("help.txt"));
-    for (const char* expected : {"--known-devices=FILE", "--discovered-devices=FILE", "--no-store",
+    for (const char* expected : {"--known-devices=FILE", "--discovered-devices=FILE", "--store=MODE",
                                  "com.qor.vel_sim.Store", "PublishKnown(as deviceIds)",
                                  "PublishDiscovered(as deviceIds)", "PublishKnownRaw(ay bytes)",
                                  "PublishDiscoveredRaw(ay bytes)"}) {

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <sstream>
 #include <string>
@@ -31,10 +32,37 @@ constexpr const char* kSemaphoreName = "/vel.semaphore";
 constexpr std::size_t kRecord = sizeof(DEVICE);
 constexpr std::size_t kKnownListBytes = VEL_DEVICE_LIST_BYTES;
 
+// Whether /dev/shm is the private tmpfs that the store test runner mounts.
+inline bool inPrivateStoreNamespace()
+{
+    const std::string mounts = [] {
+        std::string text;
+        if (FILE* file = std::fopen("/proc/self/mounts", "r")) {
+            char buffer[4096];
+            for (std::size_t n = 0; (n = std::fread(buffer, 1, sizeof(buffer), file)) > 0;) {
+                text.append(buffer, n);
+            }
+            std::fclose(file);
+        }
+        return text;
+    }();
+    return mounts.find("vel-test-shm /dev/shm ") != std::string::npos &&
+           mounts.find("vel-test-data /data ") != std::string::npos;
+}
+
 // Removes the store's names and files at the end of a test, whatever happened.
+// Refuses to run anywhere but in the private namespace: these tests remove and
+// rewrite the store, which must never be the machine's own.
 class StoreCleanup {
 public:
-    StoreCleanup() { removeAll(); }
+    StoreCleanup()
+    {
+        if (!inPrivateStoreNamespace()) {
+            std::fprintf(stderr, "store tests run only under tests/support/run-in-store-namespace\n");
+            std::_Exit(1);
+        }
+        removeAll();
+    }
     ~StoreCleanup() { removeAll(); }
 
     static void removeAll()
@@ -82,6 +110,26 @@ inline ::testing::AssertionResult logged(const std::string& _text, int _severity
         out << "  [0x" << std::hex << line.severity << "] " << line.text << "\n";
     }
     return ::testing::AssertionFailure() << out.str();
+}
+
+// Compares two byte buffers; a failure names the sizes and the first
+// difference instead of printing whole device lists.
+template <typename Left, typename Right>
+::testing::AssertionResult sameBytes(const Left& _left, const Right& _right)
+{
+    const std::vector<unsigned char> left(_left.begin(), _left.end());
+    const std::vector<unsigned char> right(_right.begin(), _right.end());
+    if (left.size() != right.size()) {
+        return ::testing::AssertionFailure() << "sizes differ: " << left.size() << " and " << right.size();
+    }
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        if (left[i] != right[i]) {
+            return ::testing::AssertionFailure() << "first difference at byte " << i << ": "
+                                                 << static_cast<unsigned>(left[i]) << " and "
+                                                 << static_cast<unsigned>(right[i]);
+        }
+    }
+    return ::testing::AssertionSuccess();
 }
 
 inline DevShmInfo knownInfo()

@@ -18,6 +18,8 @@ constexpr std::size_t kListBytes = kListRecords * kRecord;
 // The writer: rewrites the discovered list again and again, every byte of a
 // version stamped with that version's number, holding the semaphore around
 // each write as the service does. Runs in a child process until told to stop.
+// The list is first brought to its size through the store layer, then each
+// version is written in place.
 [[noreturn]] void runWriter(int _stopFd)
 {
     sem_t* semaphore = sem_open(kSemaphoreName, 0);
@@ -27,16 +29,30 @@ constexpr std::size_t kListBytes = kListRecords * kRecord;
     if (semaphore == SEM_FAILED || !shm.shmComposeDeviceInfoOnBoot(info, SHM_OPEN_RDWR)) {
         _exit(2);
     }
-    std::vector<unsigned char> list(kListBytes);
+    std::vector<unsigned char> list(kListBytes, 1);
+    if (sem_wait(semaphore) != 0 || !shm.shmWrite(info, list.data(), list.size()) || sem_post(semaphore) != 0) {
+        _exit(2);
+    }
+    list.resize(kRecord);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     char stop = 0;
     for (unsigned version = 1; read(_stopFd, &stop, 1) <= 0; ++version) {
         if (std::chrono::steady_clock::now() > deadline) {
             _exit(3);
         }
-        std::fill(list.begin(), list.end(), static_cast<unsigned char>(version % 251 + 1));
-        if (sem_wait(semaphore) != 0 || !shm.shmWrite(info, list.data(), list.size()) || sem_post(semaphore) != 0) {
+        const auto stamp = static_cast<unsigned char>(version % 251 + 1);
+        if (sem_wait(semaphore) != 0) {
             _exit(4);
+        }
+        // Record by record, giving the reader every chance to run in between:
+        // only the semaphore keeps it from seeing a mix of two versions.
+        for (std::size_t record = 0; record < kListRecords; ++record) {
+            std::fill(list.begin(), list.end(), stamp);
+            std::memcpy(static_cast<unsigned char*>(info.address) + record * kRecord, list.data(), kRecord);
+            sched_yield();
+        }
+        if (sem_post(semaphore) != 0) {
+            _exit(5);
         }
         sched_yield();
     }

@@ -44,7 +44,7 @@ TEST_F(AVelSharedMemoryCompose, MapsAStoreCreatedWritableSoThatWritesReachTheObj
 
     std::memset(info.address, 0x5A, kRecord);
 
-    EXPECT_EQ(readObject(kDiscoveredName, kRecord), std::vector<unsigned char>(kRecord, 0x5A));
+    EXPECT_TRUE(sameBytes(readObject(kDiscoveredName, kRecord), std::vector<unsigned char>(kRecord, 0x5A)));
 }
 
 TEST_F(AVelSharedMemoryCompose, TreatsDescriptorZeroFromTheOpenAsAFailedOpen)
@@ -94,6 +94,17 @@ TEST_F(AVelSharedMemoryCompose, TruncatesASharedMemoryObjectOpenedReadWriteToIts
 
     ASSERT_TRUE(mShm.shmComposeDeviceInfoOnBoot(info, SHM_OPEN_RDWR));
 
+    EXPECT_EQ(objectSize(kDiscoveredName), static_cast<long>(kRecord));
+}
+
+TEST_F(AVelSharedMemoryCompose, TruncatesAnExistingSharedMemoryObjectCreatedAgainToItsNominalSize)
+{
+    ASSERT_TRUE(writeObject(kDiscoveredName, records(2, 3)));
+    DevShmInfo info = discoveredInfo();
+
+    ASSERT_TRUE(mShm.shmComposeDeviceInfoOnBoot(info, SHM_OPEN_CREATE));
+
+    EXPECT_TRUE(info.existed);
     EXPECT_EQ(objectSize(kDiscoveredName), static_cast<long>(kRecord));
 }
 
