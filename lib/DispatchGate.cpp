@@ -1,12 +1,15 @@
 #include "DispatchGate.h"
 
 #include <map>
+#include <vector>
 
 namespace {
 
 struct GateRegistry {
     std::mutex mutex;
     std::map<const void*, DispatchGate*> gates;
+    // Gates of objects gone from an address that a new object took over.
+    std::vector<DispatchGate*> retired;
 };
 
 // Never destroyed: callbacks may look gates up while the process exits.
@@ -24,7 +27,11 @@ DispatchGate* DispatchGate::openFor(const void* owner)
     GateRegistry& gates = registry();
     std::lock_guard<std::mutex> lock(gates.mutex);
     // The previous gate at this address may still be looked at by a late
-    // callback of the previous object, so it is left allocated.
+    // callback of the previous object, so it is kept.
+    auto found = gates.gates.find(owner);
+    if (found != gates.gates.end()) {
+        gates.retired.push_back(found->second);
+    }
     gates.gates[owner] = gate;
     return gate;
 }

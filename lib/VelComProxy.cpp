@@ -138,6 +138,10 @@ bool VelComProxy::checkProxyAvailable()
 
 bool VelComProxy::prepareToCommunicateWithStub()
 {
+    // Whether an earlier proxy has seen the name, read before this proxy's own
+    // watch can report it: otherwise the appearance would be handled twice,
+    // once here and once on the main-loop thread, at the same time.
+    const bool seenByEarlierProxy = mIsAppearedMVELService;
     try {
         mImpl->mAgent = std::make_shared<VelAgent>([this](bool appeared) { agentCallback(appeared); });
     } catch (const std::exception&) {
@@ -150,7 +154,7 @@ bool VelComProxy::prepareToCommunicateWithStub()
     proxyLog(DLT_LOG_INFO, mName, __func__, "Watching mvel service");
     // A name seen by an earlier proxy produces no new appearance event for this
     // one, so it connects now.
-    if (mIsAppearedMVELService) {
+    if (seenByEarlierProxy) {
         agentCallback(true);
     }
     return true;
