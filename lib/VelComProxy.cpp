@@ -77,14 +77,8 @@ VelComProxy::~VelComProxy()
         mThread = nullptr;
         return;
     }
-    if (mProxy != nullptr) {
-        g_object_unref(mProxy);
-        mProxy = nullptr;
-    }
-    if (mConnection != nullptr) {
-        g_object_unref(mConnection);
-        mConnection = nullptr;
-    }
+    g_clear_object(&mProxy);
+    g_clear_object(&mConnection);
     abandonThread(mThread);
     mThread = nullptr;
     orna::OrnaLogWrapper::instance(true)->unregisterContext(VELLIB);
@@ -172,14 +166,8 @@ void VelComProxy::agentCallback(bool appeared)
         proxyLog(DLT_LOG_INFO, mName, __func__, "D-Bus service name is vanished.");
         mIsAppearedMVELService = false;
         // Subscriptions are not undone here; the facades keep their ids.
-        if (mProxy != nullptr) {
-            g_object_unref(mProxy);
-            mProxy = nullptr;
-        }
-        if (mConnection != nullptr) {
-            g_object_unref(mConnection);
-            mConnection = nullptr;
-        }
+        g_clear_object(&mProxy);
+        g_clear_object(&mConnection);
         if (mImpl->mCallBackAgent != nullptr) {
             mImpl->mCallBackAgent->onRcvMVELReady(false);
         }
