@@ -85,6 +85,13 @@ gboolean onRegisterMe(ComQorVel_communicator* skeleton, GDBusMethodInvocation* i
     }
     sim::logLine("registerMe type=%u name=%s result=%s", type, name, accepted ? "true" : "false");
     com_qor_vel_communicator_complete_register_me(skeleton, invocation, accepted);
+    if (accepted) {
+        for (const sim::Module* module : sim::modules()) {
+            if (module->registered != nullptr) {
+                module->registered(gContext, type, name);
+            }
+        }
+    }
     return TRUE;
 }
 
