@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,13 @@ const std::vector<std::string> kAsNobody = {"/usr/bin/setpriv", "--reuid=65534",
 
 class TheServiceBusPolicy : public ::testing::Test {
 protected:
+    void TearDown() override
+    {
+        if (HasFailure()) {
+            std::printf("%s", mRig.outputs().c_str());
+        }
+    }
+
     void SetUp() override { ASSERT_TRUE(mBus.start()); }
 
     // Runs the probe (as nobody when the wrapper says so) and returns its line.

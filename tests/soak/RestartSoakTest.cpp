@@ -37,8 +37,23 @@ long environmentNumber(const char* name, long fallback)
 constexpr long kRssSlackKb = 1024;
 constexpr long kMaxPoolThreads = 10;
 
+#ifdef VEL_SOAK_SANITIZED
+// A sanitizer's own bookkeeping (shadow memory, quarantine, race history)
+// grows with the run: resident memory is judged in plain builds only.
+constexpr bool kJudgeRss = false;
+#else
+constexpr bool kJudgeRss = true;
+#endif
+
 class ARestartSoak : public ::testing::Test {
 protected:
+    void TearDown() override
+    {
+        if (HasFailure()) {
+            std::printf("%s", mRig.outputs().c_str());
+        }
+    }
+
     void SetUp() override
     {
         ASSERT_TRUE(mBus.start());
@@ -162,7 +177,9 @@ TEST_F(ARestartSoak, KeepsEveryClientRegisteredAndItsFootprintFlatThroughService
         EXPECT_EQ(last.timers, first[i].timers) << client.kind;
         EXPECT_EQ(last.busConnections, first[i].busConnections) << client.kind;
         EXPECT_EQ(last.matchRules, first[i].matchRules) << client.kind;
-        EXPECT_LE(last.rssKb, first[i].rssKb + kRssSlackKb) << client.kind;
+        if (kJudgeRss) {
+            EXPECT_LE(last.rssKb, first[i].rssKb + kRssSlackKb) << client.kind;
+        }
     }
 }
 

@@ -25,7 +25,9 @@ public:
     }
 };
 
-SoakAppCallBack gCallBack;
+// The library calls it until the process ends, from its own thread even
+// while exit handlers run: it is never destroyed.
+SoakAppCallBack* const gCallBack = new SoakAppCallBack();
 
 } // namespace
 
@@ -35,7 +37,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: vel_soak_app <command fifo>\n");
         return 2;
     }
-    VelComProxyApp* app = VelComProxyApp::getInstance(static_cast<CLIENT_TYPE_e>(100), "soakapp", &gCallBack);
+    VelComProxyApp* app = VelComProxyApp::getInstance(static_cast<CLIENT_TYPE_e>(100), "soakapp", gCallBack);
     // As head-unit applications do: retry 10 s after a vanish.
     app->setSignalNoForRecovery(SIGUSR2);
     app->doInitialize();

@@ -15,7 +15,9 @@ public:
     void onRcvMVELReady(bool ready) override { soak::say("ready %d", ready ? 1 : 0); }
 };
 
-SoakCoreCallBack gCallBack;
+// The library calls it until the process ends, from its own thread even
+// while exit handlers run: it is never destroyed.
+SoakCoreCallBack* const gCallBack = new SoakCoreCallBack();
 
 } // namespace
 
@@ -26,7 +28,7 @@ int main(int argc, char** argv)
         return 2;
     }
     VelComProxyCoreEngine* core =
-        VelComProxyCoreEngine::getInstance(static_cast<CLIENT_TYPE_e>(200), "soakcore", &gCallBack);
+        VelComProxyCoreEngine::getInstance(static_cast<CLIENT_TYPE_e>(200), "soakcore", gCallBack);
     core->setSignalNoForRecovery(SIGUSR2);
     core->doInitialize();
     soak::say("started");

@@ -249,6 +249,19 @@ std::string SoakRig::ask(ClientProcess& client, const std::string& command, cons
     return client.output.lastWithPrefix(answerPrefix);
 }
 
+std::string SoakRig::outputs()
+{
+    std::string text;
+    for (auto& client : mClients) {
+        client->output.refresh();
+        text += "--- " + client->kind + " client:\n";
+        for (const std::string& line : client->output.lines()) {
+            text += line + "\n";
+        }
+    }
+    return text;
+}
+
 Footprint SoakRig::footprint(ClientProcess& client)
 {
     Footprint footprint;

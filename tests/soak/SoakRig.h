@@ -101,6 +101,8 @@ public:
     std::string ask(ClientProcess& client, const std::string& command, const std::string& answerPrefix,
                     std::chrono::milliseconds timeout);
     Footprint footprint(ClientProcess& client);
+    // Every client's output so far, for the report of a failed test.
+    std::string outputs();
 
 private:
     BusConnectionSource mBus;
