@@ -74,6 +74,21 @@ TEST(RequestsDuringServiceRestarts, NeitherCrashNorHangAndGoThroughOnceTheServic
     std::atomic<long> requests{0};
     std::atomic<long> slowest{0};
     std::vector<std::thread> workers;
+    // The workers stop and are joined on every way out of the test, failed
+    // assertions included.
+    struct Joiner {
+        std::atomic<bool>& stop;
+        std::vector<std::thread>& workers;
+        ~Joiner()
+        {
+            stop = true;
+            for (std::thread& worker : workers) {
+                if (worker.joinable()) {
+                    worker.join();
+                }
+            }
+        }
+    } joiner{stop, workers};
     for (int i = 0; i < kWorkers; ++i) {
         workers.emplace_back([&, i] {
             while (!stop) {
@@ -97,6 +112,9 @@ TEST(RequestsDuringServiceRestarts, NeitherCrashNorHangAndGoThroughOnceTheServic
                 while (took > seen && !slowest.compare_exchange_weak(seen, took)) {
                 }
                 ++requests;
+                // A breath between requests: under valgrind, which runs one
+                // thread at a time, the main-loop thread must get its turn.
+                std::this_thread::sleep_for(std::chrono::microseconds(200));
             }
         });
     }
