@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <cstdarg>
@@ -118,8 +119,11 @@ void say(const char* format, ...)
 void sayStats()
 {
     const int pool = countPoolThreads();
-    say("stats fds=%d threads=%ld pool_threads=%d rss_kb=%ld timers=%d", countFds(), statusField("Threads") - pool,
-        pool, statusField("VmRSS"), countTimers());
+    // Bytes the allocator has handed out and not got back: unlike resident
+    // memory, free memory kept by the allocator does not count.
+    const struct mallinfo2 heap = mallinfo2();
+    say("stats fds=%d threads=%ld pool_threads=%d rss_kb=%ld heap_bytes=%zu timers=%d", countFds(),
+        statusField("Threads") - pool, pool, statusField("VmRSS"), heap.uordblks + heap.hblkhd, countTimers());
 }
 
 long long nowMs()

@@ -10,7 +10,7 @@
 //
 // A client prints what happens to it on stdout, one line each:
 //   ready 1 | ready 0                  onRcvMVELReady
-//   stats fds=N threads=N pool_threads=N rss_kb=N timers=N  (threads: not GLib's pool)
+//   stats fds=N threads=N pool_threads=N rss_kb=N heap_bytes=N timers=N  (threads: not GLib's pool)
 //   request ok=0|1 ms=N [detail]       the answer to the command "request"
 //   log <severity> <text>              library lines of warning level and above
 //   vanished | appeared                the library saw the service's name go or come

@@ -84,7 +84,7 @@ void busFootprint(GDBusConnection* connection, pid_t pid, Footprint& footprint)
 std::string Footprint::text() const
 {
     std::ostringstream out;
-    out << "fds=" << fds << " threads=" << threads << " pool_threads=" << poolThreads << " rss_kb=" << rssKb << " timers=" << timers
+    out << "fds=" << fds << " threads=" << threads << " pool_threads=" << poolThreads << " rss_kb=" << rssKb << " heap_bytes=" << heapBytes << " timers=" << timers
         << " bus_connections=" << busConnections << " match_rules=" << matchRules;
     return out.str();
 }
@@ -270,6 +270,7 @@ Footprint SoakRig::footprint(ClientProcess& client)
     footprint.threads = field(stats, "threads");
     footprint.poolThreads = field(stats, "pool_threads");
     footprint.rssKb = field(stats, "rss_kb");
+    footprint.heapBytes = field(stats, "heap_bytes");
     footprint.timers = field(stats, "timers");
     busFootprint(mBus(), client.process.pid(), footprint);
     return footprint;

@@ -32,6 +32,7 @@ struct Footprint {
     long threads = -1;     // not counting GLib's worker pool
     long poolThreads = -1; // GLib's worker pool, which grows and shrinks with work
     long rssKb = -1;
+    long heapBytes = -1; // handed out by malloc and not freed
     long timers = -1;
     long busConnections = -1;
     long matchRules = -1;
