@@ -13,7 +13,9 @@ namespace {
 
 std::mutex gMutex;
 std::condition_variable gChanged;
-std::vector<LogLine> gLines;
+// Never destroyed: libvel's main-loop thread may still log while the process
+// runs its exit handlers.
+std::vector<LogLine>& gLines = *new std::vector<LogLine>();
 bool gEcho = std::getenv("VEL_TEST_ECHO_LOG") != nullptr;
 
 } // namespace

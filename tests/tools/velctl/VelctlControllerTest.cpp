@@ -1,0 +1,30 @@
+#include <gtest/gtest.h>
+
+#include "PrivateBus.h"
+#include "SimProcess.h"
+#include "VelctlRunner.h"
+
+using namespace velctltest;
+
+TEST(VelctlController, SendsAControlModeAfterRegisteringAsKind400)
+{
+    veltest::PrivateBus bus;
+    ASSERT_TRUE(bus.start());
+    veltest::SimProcess sim(bus);
+    ASSERT_TRUE(sim.start());
+    const VelctlRun run = runVelctl({"controller", "mode", "3", "14", "2"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, "control mode 3 sent for technology 14, item 2\n");
+    EXPECT_EQ(run.err, "");
+    // velctl flushes before it exits, so the call is on its way by then.
+    ASSERT_TRUE(sim.waitForLog("call sendControlMode ", 10s));
+    std::vector<std::string> relevant;
+    for (const std::string& line : sim.logLines()) {
+        if (line.rfind("registerMe type=", 0) == 0 || line.rfind("call sendControlMode ", 0) == 0) {
+            relevant.push_back(line);
+        }
+    }
+    const std::vector<std::string> expected = {"registerMe type=400 name=[libvel.controller.velctl] result=true",
+                                               "call sendControlMode (uint32 3, uint32 14, uint32 2)"};
+    EXPECT_EQ(relevant, expected);
+}

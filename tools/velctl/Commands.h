@@ -1,0 +1,13 @@
+#pragma once
+
+#include "CommandLine.h"
+
+namespace velctl {
+
+// Each runs one command of its kind and never returns: it finishes the
+// process with the command's exit status.
+[[noreturn]] void runApp(const CommandLine& line);
+[[noreturn]] void runCore(const CommandLine& line);
+[[noreturn]] void runController(const CommandLine& line);
+
+} // namespace velctl

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+namespace velctl {
+
+// Help texts: the general one, and one per kind ("app", "core", "controller").
+const char* generalUsage();
+// nullptr for an unknown kind.
+const char* kindUsage(const std::string& kind);
+
+} // namespace velctl

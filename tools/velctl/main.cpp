@@ -1,0 +1,50 @@
+// velctl: command-line client of the MVEL device-connection service, built on
+// libvel. See `velctl --help`.
+
+#include <cstdio>
+#include <string>
+
+#include "CommandLine.h"
+#include "Commands.h"
+#include "Exit.h"
+#include "QuietLogSink.h"
+#include "Usage.h"
+
+using namespace velctl;
+
+int main(int argc, char** argv)
+{
+    CommandLine line;
+    std::string reason;
+    if (!parseCommandLine(argc, argv, line, reason)) {
+        fail(kExitUsage, reason + " (see velctl --help)");
+    }
+    setLibraryLogVisible(line.verbose);
+
+    if (line.kind.empty()) {
+        if (line.help) {
+            std::fputs(generalUsage(), stdout);
+            finish(kExitOk);
+        }
+        fail(kExitUsage, "no kind given: app, core or controller (see velctl --help)");
+    }
+    const char* usage = kindUsage(line.kind);
+    if (usage == nullptr) {
+        fail(kExitUsage, "unknown kind '" + line.kind + "' (app, core or controller)");
+    }
+    if (line.help) {
+        std::fputs(usage, stdout);
+        finish(kExitOk);
+    }
+    if (line.command.empty()) {
+        fail(kExitUsage, "no command given for " + line.kind + " (see velctl " + line.kind + " --help)");
+    }
+
+    if (line.kind == "app") {
+        runApp(line);
+    }
+    if (line.kind == "core") {
+        runCore(line);
+    }
+    runController(line);
+}
