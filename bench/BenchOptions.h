@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+
+namespace velbench {
+
+// Sizes of one run. A smoke run (CI) does one iteration of everything with
+// tiny samples: it proves the benchmarks work, not how fast anything is.
+struct BenchOptions {
+    bool smoke = false;
+    std::string outDir = "build/bench";
+    std::string childPath;
+    std::string stderrLogPath;
+
+    int microSamples = 20000;
+    int syncPairs = 3000;
+    int corePairs = 2000;
+    int asyncRounds = 6;
+    int asyncCalls = 5000;
+    int signalRounds = 3;
+    int floodCount = 20000;
+    int latencyCount = 2000;
+    int latencyRate = 1000;
+    int noticeCount = 1000;
+    int noticeRate = 500;
+    int readyRuns = 15;
+    int memoryPairs = 3;
+    int idleSeconds = 10;
+    int stderrBatches = 5000;
+
+    static BenchOptions smokeRun();
+};
+
+const BenchOptions& options();
+void setOptions(const BenchOptions& chosen);
+
+} // namespace velbench

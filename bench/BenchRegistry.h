@@ -1,0 +1,11 @@
+#pragma once
+
+namespace velbench {
+
+// Registers the benchmarks of one file with Google Benchmark, sized by
+// options(). Registration order is run order.
+void registerMicroBenchmarks();
+void registerProcessBenchmarks();
+void registerRequestBenchmarks();
+
+} // namespace velbench
