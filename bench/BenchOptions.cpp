@@ -16,7 +16,10 @@ BenchOptions BenchOptions::smokeRun()
     smoke.asyncRounds = 1;
     smoke.asyncCalls = 10;
     smoke.signalRounds = 1;
-    smoke.floodCount = 50;
+    smoke.drainCount = 50;
+    smoke.noticeDrainCount = 10;
+    smoke.latencySessions = 1;
+    smoke.calibrationSessions = 1;
     smoke.latencyCount = 20;
     smoke.noticeCount = 10;
     smoke.readyRuns = 1;

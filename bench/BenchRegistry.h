@@ -6,6 +6,7 @@ namespace velbench {
 // options(). Registration order is run order.
 void registerMicroBenchmarks();
 void registerProcessBenchmarks();
+void registerLatencyBenchmarks();
 void registerRequestBenchmarks();
 
 } // namespace velbench

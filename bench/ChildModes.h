@@ -6,11 +6,20 @@
 
 namespace velbench {
 
-// Signals to callbacks, through the library ("lib") or a bare GDBus
-// subscription ("raw"): a flood, a paced stream with latencies, and device
-// list notices.
-int runSignalsChild(bool library, unsigned floodCount, unsigned latencyCount, unsigned latencyRate,
-                    unsigned noticeCount, unsigned noticeRate);
+enum class SignalClient {
+    Library,     // the application facade
+    Raw,         // a bare GDBus subscription
+    RawAndProxy  // the same, plus a proxy made the way the library makes its own
+};
+
+// The rate at which the process works through backlogs of `completionCount`
+// completions and `noticeCount` known-list notices, best of several drains.
+int runDrainChild(SignalClient client, unsigned completionCount, unsigned noticeCount);
+
+// Prints "listening" once subscribed, then records the arrival of `completions`
+// completions and `notices` known-list notices (or lists) emitted by someone
+// else, and prints "c <sent ns> <arrival ns>" and "n <arrival ns>" lines.
+int runListenChild(SignalClient client, unsigned completions, unsigned notices);
 
 // getInstance + doInitialize until onRcvMVELReady(true).
 int runReadyChild();

@@ -9,6 +9,7 @@
 #include "BenchCallbacks.h"
 #include "BenchClock.h"
 #include "ChildModes.h"
+#include "NullLogSink.h"
 #include "ProcStatus.h"
 #include "RawClient.h"
 #include "vel/VelComProxyApp.h"
@@ -55,12 +56,21 @@ void printMemory()
 
 int runReadyChild()
 {
+    // The stated pause sits between the subscriptions and registerMe; the
+    // first line of registerMe marks its end.
+    startTimeline("[registerMe] ");
     const std::uint64_t start = nowNs();
     if (!startApplication("bench-ready")) {
         return 1;
     }
     const std::uint64_t ready = nowNs();
+    const TimelineMark registerMe = timelineMark();
     std::printf("ready_ms %.3f\n", static_cast<double>(ready - start) / 1e6);
+    if (registerMe.markNs != 0 && registerMe.previousNs != 0) {
+        std::printf("before_pause_ms %.3f\n", static_cast<double>(registerMe.previousNs - start) / 1e6);
+        std::printf("pause_ms %.3f\n", static_cast<double>(registerMe.markNs - registerMe.previousNs) / 1e6);
+        std::printf("after_pause_ms %.3f\n", static_cast<double>(ready - registerMe.markNs) / 1e6);
+    }
     return 0;
 }
 

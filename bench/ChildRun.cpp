@@ -9,7 +9,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <sstream>
 
 #include "BenchClock.h"
@@ -36,15 +35,20 @@ std::map<std::string, double> parseValues(const std::string& output)
     return values;
 }
 
+std::uint64_t deadlineAfter(int timeoutMs)
+{
+    return nowNs() + static_cast<std::uint64_t>(timeoutMs) * 1000000ull;
+}
+
 } // namespace
 
-ChildResult runChild(const std::vector<std::string>& argv, int timeoutMs, bool discardStderr)
+ChildRun::ChildRun(const std::vector<std::string>& argv, bool discardStderr)
+    : mName(argv.empty() ? std::string() : argv[0])
 {
-    ChildResult result;
     int pipeFds[2];
-    if (pipe2(pipeFds, O_CLOEXEC) != 0) {
+    if (argv.empty() || pipe2(pipeFds, O_CLOEXEC) != 0) {
         std::perror("vel-bench: pipe2");
-        return result;
+        return;
     }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -57,59 +61,110 @@ ChildResult runChild(const std::vector<std::string>& argv, int timeoutMs, bool d
         args.push_back(const_cast<char*>(arg.c_str()));
     }
     args.push_back(nullptr);
-
-    pid_t pid = -1;
-    const int spawned = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), environ);
+    const int spawned = posix_spawn(&mPid, args[0], &actions, nullptr, args.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     close(pipeFds[1]);
     if (spawned != 0) {
         std::fprintf(stderr, "vel-bench: cannot start %s: errno %d\n", args[0], spawned);
         close(pipeFds[0]);
-        return result;
+        mPid = -1;
+        return;
     }
+    mOutput = pipeFds[0];
+}
 
-    const std::uint64_t deadline = nowNs() + static_cast<std::uint64_t>(timeoutMs) * 1000000ull;
-    bool timedOut = false;
-    char buffer[4096];
-    for (;;) {
+ChildRun::~ChildRun()
+{
+    if (started() && !mReaped) {
+        finish(0);
+    }
+}
+
+bool ChildRun::started() const
+{
+    return mPid > 0;
+}
+
+bool ChildRun::readSome(std::uint64_t deadlineNs)
+{
+    while (mOutput >= 0) {
         const std::uint64_t now = nowNs();
-        if (now >= deadline) {
-            timedOut = true;
-            break;
+        if (now >= deadlineNs) {
+            return false;
         }
-        struct pollfd readable = {pipeFds[0], POLLIN, 0};
-        const int leftMs = static_cast<int>((deadline - now) / 1000000ull) + 1;
-        const int ready = poll(&readable, 1, leftMs);
-        if (ready < 0 && errno == EINTR) {
-            continue;
-        }
+        struct pollfd readable = {mOutput, POLLIN, 0};
+        const int ready = poll(&readable, 1, static_cast<int>((deadlineNs - now) / 1000000ull) + 1);
         if (ready <= 0) {
             continue;
         }
-        const ssize_t got = read(pipeFds[0], buffer, sizeof(buffer));
+        char buffer[4096];
+        const ssize_t got = read(mOutput, buffer, sizeof(buffer));
         if (got < 0 && errno == EINTR) {
             continue;
         }
         if (got <= 0) {
-            break;
+            close(mOutput);
+            mOutput = -1;
+            return false;
         }
-        result.output.append(buffer, static_cast<std::size_t>(got));
+        mBuffer.append(buffer, static_cast<std::size_t>(got));
+        return true;
     }
-    close(pipeFds[0]);
+    return false;
+}
+
+bool ChildRun::waitForLine(const std::string& line, int timeoutMs)
+{
+    const std::uint64_t deadline = deadlineAfter(timeoutMs);
+    for (;;) {
+        std::size_t end;
+        while ((end = mBuffer.find('\n', mScanned)) != std::string::npos) {
+            const bool found = mBuffer.compare(mScanned, end - mScanned, line) == 0;
+            mScanned = end + 1;
+            if (found) {
+                return true;
+            }
+        }
+        if (!readSome(deadline)) {
+            return false;
+        }
+    }
+}
+
+ChildResult ChildRun::finish(int timeoutMs)
+{
+    ChildResult result;
+    if (!started() || mReaped) {
+        return result;
+    }
+    const std::uint64_t deadline = deadlineAfter(timeoutMs);
+    while (readSome(deadline)) {
+    }
+    const bool timedOut = mOutput >= 0;
     if (timedOut) {
-        std::fprintf(stderr, "vel-bench: %s did not finish within %d ms; stopping PID %d\n", args[0], timeoutMs,
-                     static_cast<int>(pid));
-        kill(pid, SIGKILL);
+        std::fprintf(stderr, "vel-bench: %s did not finish in time; stopping PID %d\n", mName.c_str(),
+                     static_cast<int>(mPid));
+        kill(mPid, SIGKILL);
+        close(mOutput);
+        mOutput = -1;
     }
     int status = 0;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    while (waitpid(mPid, &status, 0) < 0 && errno == EINTR) {
     }
+    mReaped = true;
     result.finished = !timedOut && WIFEXITED(status) && WEXITSTATUS(status) == 0;
     if (!result.finished && !timedOut) {
-        std::fprintf(stderr, "vel-bench: %s ended with status 0x%x\n", args[0], static_cast<unsigned>(status));
+        std::fprintf(stderr, "vel-bench: %s ended with status 0x%x\n", mName.c_str(), static_cast<unsigned>(status));
     }
-    result.values = parseValues(result.output);
+    result.output = mBuffer;
+    result.values = parseValues(mBuffer);
     return result;
+}
+
+ChildResult runChild(const std::vector<std::string>& argv, int timeoutMs, bool discardStderr)
+{
+    ChildRun child(argv, discardStderr);
+    return child.finish(timeoutMs);
 }
 
 } // namespace velbench

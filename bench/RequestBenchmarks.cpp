@@ -284,17 +284,24 @@ void asyncRequestRate(benchmark::State& state)
         rawIssue.push_back(rawPhase.issueUsPerCall);
         libraryFirst = !libraryFirst;
     }
+    // The rate is the whole pipeline's (this process, the bus daemon and the
+    // simulator on the same cores); noise only ever lowers it, so each side is
+    // represented by its best round, and the per-round ratios show the noise.
     Results& results = Results::instance();
-    results.set("async.lib_per_s", median(libraryRates));
-    results.set("async.raw_per_s", median(rawRates));
-    results.set("async.ratio", median(ratios));
-    results.set("async.lib_issue_us", median(libraryIssue));
-    results.set("async.raw_issue_us", median(rawIssue));
-    state.counters["lib_per_s"] = median(libraryRates);
-    state.counters["raw_per_s"] = median(rawRates);
-    state.counters["ratio"] = median(ratios);
-    state.counters["lib_issue_us"] = median(libraryIssue);
-    state.counters["raw_issue_us"] = median(rawIssue);
+    const double libraryBest = percentile(libraryRates, 100);
+    const double rawBest = percentile(rawRates, 100);
+    results.set("async.lib_per_s", libraryBest);
+    results.set("async.raw_per_s", rawBest);
+    results.set("async.ratio", libraryBest / rawBest);
+    results.set("async.ratio_min", percentile(ratios, 0));
+    results.set("async.ratio_max", percentile(ratios, 100));
+    results.set("async.ratio_median", median(ratios));
+    results.set("async.lib_issue_us", percentile(libraryIssue, 0));
+    results.set("async.raw_issue_us", percentile(rawIssue, 0));
+    state.counters["lib_per_s"] = libraryBest;
+    state.counters["raw_per_s"] = rawBest;
+    state.counters["ratio"] = libraryBest / rawBest;
+    state.counters["ratio_median"] = median(ratios);
 }
 
 } // namespace

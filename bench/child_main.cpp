@@ -1,6 +1,7 @@
 // vel-bench-child: the benchmark processes that need library singletons of
 // their own, started and reaped by vel-bench.
-//   vel-bench-child signals lib|raw FLOOD LATENCY_COUNT RATE NOTICE_COUNT NOTICE_RATE
+//   vel-bench-child drain lib|raw|raw+proxy COMPLETIONS NOTICES
+//   vel-bench-child listen lib|raw|raw+proxy COMPLETIONS NOTICES
 //   vel-bench-child ready
 //   vel-bench-child memory lib|raw
 //   vel-bench-child idle SECONDS
@@ -21,9 +22,17 @@ unsigned argument(char** argv, int index)
     return static_cast<unsigned>(std::strtoul(argv[index], nullptr, 10));
 }
 
+velbench::SignalClient signalClient(const char* name)
+{
+    if (std::strcmp(name, "lib") == 0) {
+        return velbench::SignalClient::Library;
+    }
+    return std::strcmp(name, "raw+proxy") == 0 ? velbench::SignalClient::RawAndProxy : velbench::SignalClient::Raw;
+}
+
 int usage()
 {
-    std::fprintf(stderr, "usage: vel-bench-child signals lib|raw FLOOD LATENCY_COUNT RATE NOTICE_COUNT NOTICE_RATE\n"
+    std::fprintf(stderr, "usage: vel-bench-child drain|listen lib|raw|raw+proxy COMPLETIONS NOTICES\n"
                          "       vel-bench-child ready\n"
                          "       vel-bench-child memory lib|raw\n"
                          "       vel-bench-child idle SECONDS\n");
@@ -32,9 +41,11 @@ int usage()
 
 int run(int argc, char** argv)
 {
-    if (argc == 8 && std::strcmp(argv[1], "signals") == 0) {
-        return velbench::runSignalsChild(std::strcmp(argv[2], "lib") == 0, argument(argv, 3), argument(argv, 4),
-                                         argument(argv, 5), argument(argv, 6), argument(argv, 7));
+    if (argc == 5 && std::strcmp(argv[1], "drain") == 0) {
+        return velbench::runDrainChild(signalClient(argv[2]), argument(argv, 3), argument(argv, 4));
+    }
+    if (argc == 5 && std::strcmp(argv[1], "listen") == 0) {
+        return velbench::runListenChild(signalClient(argv[2]), argument(argv, 3), argument(argv, 4));
     }
     if (argc == 2 && std::strcmp(argv[1], "ready") == 0) {
         return velbench::runReadyChild();

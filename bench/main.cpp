@@ -96,6 +96,7 @@ int main(int argc, char** argv)
     // requests, whose clients stay in this process until it ends.
     velbench::registerMicroBenchmarks();
     velbench::registerProcessBenchmarks();
+    velbench::registerLatencyBenchmarks();
     velbench::registerRequestBenchmarks();
     benchmark::RunSpecifiedBenchmarks();
     machine.loadAtEnd = velbench::loadAverage();

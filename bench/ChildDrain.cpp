@@ -1,0 +1,107 @@
+#include "ChildDrain.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "BenchClock.h"
+
+namespace velbench {
+
+namespace {
+
+constexpr const char* kCountedSignals[] = {"appRequestDone", "noticeToApp"};
+std::atomic<unsigned> gRead[2];
+
+int counterOf(const char* member)
+{
+    for (int index = 0; index < 2; ++index) {
+        if (g_strcmp0(member, kCountedSignals[index]) == 0) {
+            return index;
+        }
+    }
+    return -1;
+}
+
+GDBusMessage* countSignal(GDBusConnection*, GDBusMessage* message, gboolean incoming, gpointer)
+{
+    if (incoming && g_dbus_message_get_message_type(message) == G_DBUS_MESSAGE_TYPE_SIGNAL) {
+        const int counter = counterOf(g_dbus_message_get_member(message));
+        if (counter >= 0) {
+            gRead[counter].fetch_add(1);
+        }
+    }
+    return message;
+}
+
+// Holds the thread that runs the default main context until released.
+struct DispatchGate {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool parked = false;
+    bool released = false;
+};
+
+gboolean parkDispatch(gpointer data)
+{
+    auto* gate = static_cast<DispatchGate*>(data);
+    std::unique_lock<std::mutex> lock(gate->mutex);
+    gate->parked = true;
+    gate->changed.notify_all();
+    gate->changed.wait(lock, [gate] { return gate->released; });
+    return G_SOURCE_REMOVE;
+}
+
+void sleepMs(int ms)
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}
+
+} // namespace
+
+void countSignalsRead(GDBusConnection* connection)
+{
+    g_dbus_connection_add_filter(connection, countSignal, nullptr, nullptr);
+}
+
+double drainBacklog(SimControl& sim, Arrivals& arrivals, const char* signal, GVariant* params, unsigned count)
+{
+    const int counter = counterOf(signal);
+    if (counter < 0 || count == 0) {
+        g_variant_unref(g_variant_ref_sink(params));
+        return 0.0;
+    }
+    arrivals.reset(count);
+    const unsigned readBefore = gRead[counter].load();
+    DispatchGate gate;
+    g_main_context_invoke(nullptr, parkDispatch, &gate);
+    {
+        std::unique_lock<std::mutex> lock(gate.mutex);
+        gate.changed.wait(lock, [&gate] { return gate.parked; });
+    }
+    const bool emitted = sim.emitMany(signal, params, count, 0);
+    for (int waited = 0; emitted && gRead[counter].load() - readBefore < count && waited < 60000; ++waited) {
+        sleepMs(1);
+    }
+    // The worker hands each signal to the main context right after reading it.
+    sleepMs(50);
+    const std::uint64_t start = nowNs();
+    {
+        std::lock_guard<std::mutex> lock(gate.mutex);
+        gate.released = true;
+        gate.changed.notify_all();
+    }
+    if (!emitted || !arrivals.waitFor(count, 60000)) {
+        std::fprintf(stderr, "vel-bench-child: %u of %u %s drained\n", static_cast<unsigned>(arrivals.count()), count,
+                     signal);
+        return 0.0;
+    }
+    const std::vector<std::uint64_t> times = arrivals.arrivalTimes();
+    return static_cast<double>(count) * 1e9 / static_cast<double>(times.back() - start);
+}
+
+} // namespace velbench
