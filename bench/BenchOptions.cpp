@@ -17,7 +17,6 @@ BenchOptions BenchOptions::smokeRun()
     smoke.asyncCalls = 10;
     smoke.signalRounds = 1;
     smoke.drainCount = 50;
-    smoke.noticeDrainCount = 10;
     smoke.latencySessions = 1;
     smoke.calibrationSessions = 1;
     smoke.latencyCount = 20;

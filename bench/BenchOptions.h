@@ -19,7 +19,6 @@ struct BenchOptions {
     int asyncCalls = 1500;
     int signalRounds = 4;
     int drainCount = 5000;
-    int noticeDrainCount = 500;
     int latencySessions = 4;
     int calibrationSessions = 2;
     int latencyCount = 1000;

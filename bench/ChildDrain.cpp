@@ -1,5 +1,7 @@
 #include "ChildDrain.h"
 
+#include <time.h>
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -68,12 +70,20 @@ void countSignalsRead(GDBusConnection* connection)
     g_dbus_connection_add_filter(connection, countSignal, nullptr, nullptr);
 }
 
-double drainBacklog(SimControl& sim, Arrivals& arrivals, const char* signal, GVariant* params, unsigned count)
+std::uint64_t processCpuNs()
 {
+    struct timespec used;
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+    return static_cast<std::uint64_t>(used.tv_sec) * 1000000000ull + static_cast<std::uint64_t>(used.tv_nsec);
+}
+
+Drained drainBacklog(SimControl& sim, Arrivals& arrivals, const char* signal, GVariant* params, unsigned count)
+{
+    Drained drained;
     const int counter = counterOf(signal);
     if (counter < 0 || count == 0) {
         g_variant_unref(g_variant_ref_sink(params));
-        return 0.0;
+        return drained;
     }
     arrivals.reset(count);
     const unsigned readBefore = gRead[counter].load();
@@ -90,18 +100,28 @@ double drainBacklog(SimControl& sim, Arrivals& arrivals, const char* signal, GVa
     // The worker hands each signal to the main context right after reading it.
     sleepMs(50);
     const std::uint64_t start = nowNs();
+    const std::uint64_t cpuStart = processCpuNs();
     {
         std::lock_guard<std::mutex> lock(gate.mutex);
         gate.released = true;
         gate.changed.notify_all();
     }
-    if (!emitted || !arrivals.waitFor(count, 60000)) {
+    // This thread sleeps meanwhile, so the process's CPU time is that of the
+    // dispatching thread and of whatever the signals make the worker send.
+    // The kernel brings a thread's CPU time up to date when it stops running,
+    // so the reading waits until every thread has gone idle.
+    const bool complete = emitted && arrivals.waitFor(count, 60000);
+    sleepMs(20);
+    const std::uint64_t cpuEnd = processCpuNs();
+    if (!complete) {
         std::fprintf(stderr, "vel-bench-child: %u of %u %s drained\n", static_cast<unsigned>(arrivals.count()), count,
                      signal);
-        return 0.0;
+        return drained;
     }
     const std::vector<std::uint64_t> times = arrivals.arrivalTimes();
-    return static_cast<double>(count) * 1e9 / static_cast<double>(times.back() - start);
+    drained.perSecond = static_cast<double>(count) * 1e9 / static_cast<double>(times.back() - start);
+    drained.cpuUsPerSignal = static_cast<double>(cpuEnd - cpuStart) / 1000.0 / count;
+    return drained;
 }
 
 } // namespace velbench

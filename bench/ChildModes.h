@@ -9,17 +9,21 @@ namespace velbench {
 enum class SignalClient {
     Library,     // the application facade
     Raw,         // a bare GDBus subscription
-    RawAndProxy  // the same, plus a proxy made the way the library makes its own
+    // The same, plus what the protocol asks of any client besides the library's
+    // own work: a proxy made the way the library makes its own, and the
+    // acknowledgement of each device list (informFromApp) that the library sends.
+    RawAndProxy
 };
 
-// The rate at which the process works through backlogs of `completionCount`
-// completions and `noticeCount` known-list notices, best of several drains.
-int runDrainChild(SignalClient client, unsigned completionCount, unsigned noticeCount);
+// Backlogs of `completionCount` completions and of `noticeCount` known-list
+// notices drained (best of several), then `noticeCount` notices at
+// `noticeRate` with their latency from emission.
+int runSignalsChild(SignalClient client, unsigned completionCount, unsigned noticeCount, unsigned noticeRate);
 
-// Prints "listening" once subscribed, then records the arrival of `completions`
-// completions and `notices` known-list notices (or lists) emitted by someone
-// else, and prints "c <sent ns> <arrival ns>" and "n <arrival ns>" lines.
-int runListenChild(SignalClient client, unsigned completions, unsigned notices);
+// Prints "listening" once subscribed, then records the arrival of
+// `completions` completions emitted by someone else and prints
+// "c <sent ns> <arrival ns>" lines.
+int runListenChild(SignalClient client, unsigned completions);
 
 // getInstance + doInitialize until onRcvMVELReady(true).
 int runReadyChild();

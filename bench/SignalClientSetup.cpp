@@ -6,6 +6,7 @@
 #include "ChildDrain.h"
 #include "RawClient.h"
 #include "vel/VelComProxyApp.h"
+#include "vel/VelTypes.h"
 
 namespace velbench {
 
@@ -31,6 +32,13 @@ void onRawAppRequestDone(GDBusConnection*, const gchar*, const gchar*, const gch
     static_cast<Arrivals*>(userData)->record(parseTimestamp(deviceId));
 }
 
+struct NoticeListener {
+    Arrivals* arrivals = nullptr;
+    // Set when the baseline also acknowledges each list the way the library
+    // does (informFromApp with APPINFO_RESPONSE_UPDATE and the list type).
+    ComQorVel_communicator* acknowledgeThrough = nullptr;
+};
+
 void onRawNoticeToApp(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GVariant* parameters,
                       gpointer userData)
 {
@@ -41,7 +49,12 @@ void onRawNoticeToApp(GDBusConnection*, const gchar*, const gchar*, const gchar*
     const gchar* info1 = nullptr;
     gint32 info2 = 0;
     g_variant_get(parameters, "(u&si)", &notice, &info1, &info2);
-    static_cast<Arrivals*>(userData)->record(0);
+    auto* listener = static_cast<NoticeListener*>(userData);
+    listener->arrivals->record(0);
+    if (listener->acknowledgeThrough != nullptr && notice <= 1) {
+        com_qor_vel_communicator_call_inform_from_app(listener->acknowledgeThrough, APPINFO_RESPONSE_UPDATE,
+                                                      notice == 0 ? "0" : "1", nullptr, nullptr, nullptr);
+    }
 }
 
 // Messages of one connection are handled by the bus daemon in order, so once
@@ -68,6 +81,7 @@ bool setUpSignalClient(SignalClient client, SignalClientSetup& setup)
     static BenchAppCallback callback;
     static Arrivals rawCompletions;
     static Arrivals rawNotices;
+    static NoticeListener noticeListener{&rawNotices, nullptr};
 
     setup.library = client == SignalClient::Library;
     if (setup.library) {
@@ -85,8 +99,11 @@ bool setUpSignalClient(SignalClient client, SignalClientSetup& setup)
         setup.notices = &rawNotices;
         // Made on this thread, which has no context of its own: its signals
         // are handled on the default main context, like the library's proxy.
-        if (client == SignalClient::RawAndProxy && makeRawProxy() == nullptr) {
-            return false;
+        if (client == SignalClient::RawAndProxy) {
+            noticeListener.acknowledgeThrough = makeRawProxy();
+            if (noticeListener.acknowledgeThrough == nullptr) {
+                return false;
+            }
         }
     }
 
@@ -103,7 +120,7 @@ bool setUpSignalClient(SignalClient client, SignalClientSetup& setup)
                                            nullptr, G_DBUS_SIGNAL_FLAGS_NONE, onRawAppRequestDone, &rawCompletions,
                                            nullptr);
         g_dbus_connection_signal_subscribe(setup.connection, nullptr, kInterface, "noticeToApp", kObjectPath, nullptr,
-                                           G_DBUS_SIGNAL_FLAGS_NONE, onRawNoticeToApp, &rawNotices, nullptr);
+                                           G_DBUS_SIGNAL_FLAGS_NONE, onRawNoticeToApp, &noticeListener, nullptr);
     }
     return subscriptionsInForce(setup.connection);
 }

@@ -1,7 +1,7 @@
 // vel-bench-child: the benchmark processes that need library singletons of
 // their own, started and reaped by vel-bench.
-//   vel-bench-child drain lib|raw|raw+proxy COMPLETIONS NOTICES
-//   vel-bench-child listen lib|raw|raw+proxy COMPLETIONS NOTICES
+//   vel-bench-child signals lib|raw|raw+proxy COMPLETIONS NOTICES NOTICE_RATE
+//   vel-bench-child listen lib|raw|raw+proxy COMPLETIONS
 //   vel-bench-child ready
 //   vel-bench-child memory lib|raw
 //   vel-bench-child idle SECONDS
@@ -32,7 +32,8 @@ velbench::SignalClient signalClient(const char* name)
 
 int usage()
 {
-    std::fprintf(stderr, "usage: vel-bench-child drain|listen lib|raw|raw+proxy COMPLETIONS NOTICES\n"
+    std::fprintf(stderr, "usage: vel-bench-child signals lib|raw|raw+proxy COMPLETIONS NOTICES NOTICE_RATE\n"
+                         "       vel-bench-child listen lib|raw|raw+proxy COMPLETIONS\n"
                          "       vel-bench-child ready\n"
                          "       vel-bench-child memory lib|raw\n"
                          "       vel-bench-child idle SECONDS\n");
@@ -41,11 +42,12 @@ int usage()
 
 int run(int argc, char** argv)
 {
-    if (argc == 5 && std::strcmp(argv[1], "drain") == 0) {
-        return velbench::runDrainChild(signalClient(argv[2]), argument(argv, 3), argument(argv, 4));
+    if (argc == 6 && std::strcmp(argv[1], "signals") == 0) {
+        return velbench::runSignalsChild(signalClient(argv[2]), argument(argv, 3), argument(argv, 4),
+                                         argument(argv, 5));
     }
-    if (argc == 5 && std::strcmp(argv[1], "listen") == 0) {
-        return velbench::runListenChild(signalClient(argv[2]), argument(argv, 3), argument(argv, 4));
+    if (argc == 4 && std::strcmp(argv[1], "listen") == 0) {
+        return velbench::runListenChild(signalClient(argv[2]), argument(argv, 3));
     }
     if (argc == 2 && std::strcmp(argv[1], "ready") == 0) {
         return velbench::runReadyChild();
