@@ -231,17 +231,23 @@ gboolean answerWaiter(gpointer data)
 gboolean onWaitTimeout(gpointer data)
 {
     auto* waiter = static_cast<CallWaiter*>(data);
+    // The worker thread may have claimed the waiter a moment ago; its answer
+    // is then already on the way.
+    bool claimed = false;
     {
         std::lock_guard<std::mutex> lock(gCallsMutex);
         for (auto it = gWaiters.begin(); it != gWaiters.end(); ++it) {
             if (*it == waiter) {
                 gWaiters.erase(it);
+                claimed = true;
                 break;
             }
         }
     }
     waiter->timeoutSource = 0;
-    answerWaiter(waiter);
+    if (claimed) {
+        answerWaiter(waiter);
+    }
     return G_SOURCE_REMOVE;
 }
 
