@@ -15,6 +15,15 @@ inline std::uint64_t nowNs()
     return static_cast<std::uint64_t>(now.tv_sec) * 1000000000ull + static_cast<std::uint64_t>(now.tv_nsec);
 }
 
+// CPU time of the whole process. The kernel brings a thread's share up to
+// date when the thread stops running, so read it while the others are idle.
+inline std::uint64_t processCpuNs()
+{
+    struct timespec used;
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+    return static_cast<std::uint64_t>(used.tv_sec) * 1000000000ull + static_cast<std::uint64_t>(used.tv_nsec);
+}
+
 inline double nsToUs(double ns)
 {
     return ns / 1000.0;

@@ -13,11 +13,11 @@ struct BenchOptions {
     std::string stderrLogPath;
 
     int microSamples = 20000;
-    int syncPairs = 3000;
-    int corePairs = 2000;
-    int asyncRounds = 16;
+    int syncPairs = 6000;
+    int corePairs = 4000;
+    int asyncRounds = 24;
     int asyncCalls = 1500;
-    int signalRounds = 4;
+    int signalRounds = 6;
     int drainCount = 5000;
     int latencySessions = 4;
     int calibrationSessions = 2;

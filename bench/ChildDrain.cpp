@@ -1,7 +1,5 @@
 #include "ChildDrain.h"
 
-#include <time.h>
-
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -70,13 +68,6 @@ void countSignalsRead(GDBusConnection* connection)
     g_dbus_connection_add_filter(connection, countSignal, nullptr, nullptr);
 }
 
-std::uint64_t processCpuNs()
-{
-    struct timespec used;
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
-    return static_cast<std::uint64_t>(used.tv_sec) * 1000000000ull + static_cast<std::uint64_t>(used.tv_nsec);
-}
-
 Drained drainBacklog(SimControl& sim, Arrivals& arrivals, const char* signal, GVariant* params, unsigned count)
 {
     Drained drained;
@@ -108,8 +99,7 @@ Drained drainBacklog(SimControl& sim, Arrivals& arrivals, const char* signal, GV
     }
     // This thread sleeps meanwhile, so the process's CPU time is that of the
     // dispatching thread and of whatever the signals make the worker send.
-    // The kernel brings a thread's CPU time up to date when it stops running,
-    // so the reading waits until every thread has gone idle.
+    // The reading waits until every thread has gone idle.
     const bool complete = emitted && arrivals.waitFor(count, 60000);
     sleepMs(20);
     const std::uint64_t cpuEnd = processCpuNs();

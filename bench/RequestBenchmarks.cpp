@@ -5,7 +5,9 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
+#include <chrono>
 #include <list>
+#include <thread>
 #include <string>
 #include <vector>
 
@@ -201,7 +203,15 @@ void coreQuery(benchmark::State& state)
 struct RatePhase {
     double callsPerSecond = 0.0;
     double issueUsPerCall = 0.0;
+    // CPU time of this process per request, its completion included.
+    double cpuUsPerCall = 0.0;
 };
+
+void settle()
+{
+    // Lets every thread of the process go idle, so that CPU readings are whole.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+}
 
 // Sends `calls` fire-and-forget requests and waits until the simulator has
 // seen them all, then until their completions have come back, so that the
@@ -212,6 +222,8 @@ bool runRatePhase(RequestWorld& world, int calls, std::size_t& completionsExpect
     if (!world.sim->resetCalls()) {
         return false;
     }
+    settle();
+    const std::uint64_t cpuStart = processCpuNs();
     const std::uint64_t start = nowNs();
     for (int call = 0; call < calls; ++call) {
         send();
@@ -226,7 +238,13 @@ bool runRatePhase(RequestWorld& world, int calls, std::size_t& completionsExpect
     }
     phase.callsPerSecond = static_cast<double>(calls) * 1e9 / static_cast<double>(end - start);
     phase.issueUsPerCall = nsToUs(static_cast<double>(issued - start) / calls);
-    return world.appCallback.completions.waitFor(completionsExpected, 60000);
+    if (!world.appCallback.completions.waitFor(completionsExpected, 60000)) {
+        return false;
+    }
+    settle();
+    // The two control calls to the simulator are in it too, alike for both sides.
+    phase.cpuUsPerCall = nsToUs(static_cast<double>(processCpuNs() - cpuStart) / calls);
+    return true;
 }
 
 void asyncRequestRate(benchmark::State& state)
@@ -260,6 +278,8 @@ void asyncRequestRate(benchmark::State& state)
     std::vector<double> ratios;
     std::vector<double> libraryIssue;
     std::vector<double> rawIssue;
+    std::vector<double> libraryCpu;
+    std::vector<double> rawCpu;
     bool libraryFirst = false;
     for (auto _ : state) {
         RatePhase libraryPhase;
@@ -282,6 +302,8 @@ void asyncRequestRate(benchmark::State& state)
         ratios.push_back(libraryPhase.callsPerSecond / rawPhase.callsPerSecond);
         libraryIssue.push_back(libraryPhase.issueUsPerCall);
         rawIssue.push_back(rawPhase.issueUsPerCall);
+        libraryCpu.push_back(libraryPhase.cpuUsPerCall);
+        rawCpu.push_back(rawPhase.cpuUsPerCall);
         libraryFirst = !libraryFirst;
     }
     // The rate is the whole pipeline's (this process, the bus daemon and the
@@ -296,6 +318,9 @@ void asyncRequestRate(benchmark::State& state)
     results.set("async.ratio_min", percentile(ratios, 0));
     results.set("async.ratio_max", percentile(ratios, 100));
     results.set("async.ratio_median", median(ratios));
+    results.set("async.lib_cpu_us", percentile(libraryCpu, 0));
+    results.set("async.raw_cpu_us", percentile(rawCpu, 0));
+    results.set("async.cpu_ratio", percentile(rawCpu, 0) / percentile(libraryCpu, 0));
     results.set("async.lib_issue_us", percentile(libraryIssue, 0));
     results.set("async.raw_issue_us", percentile(rawIssue, 0));
     state.counters["lib_per_s"] = libraryBest;
