@@ -78,14 +78,31 @@ Drained drainBacklog(SimControl& sim, Arrivals& arrivals, const char* signal, GV
     }
     arrivals.reset(count);
     const unsigned readBefore = gRead[counter].load();
-    DispatchGate gate;
-    g_main_context_invoke(nullptr, parkDispatch, &gate);
+    // Attached, never invoked: g_main_context_invoke() would run it on this
+    // very thread if it could take the context, and this thread would then
+    // wait for itself. Kept alive past a failure, when it may still run.
+    auto* gate = new DispatchGate();
+    GSource* park = g_idle_source_new();
+    g_source_set_callback(park, parkDispatch, gate, nullptr);
+    g_source_attach(park, g_main_context_default());
+    g_source_unref(park);
+    bool parked = false;
     {
-        std::unique_lock<std::mutex> lock(gate.mutex);
-        gate.changed.wait(lock, [&gate] { return gate.parked; });
+        std::unique_lock<std::mutex> lock(gate->mutex);
+        parked = gate->changed.wait_for(lock, std::chrono::seconds(10), [gate] { return gate->parked; });
+    }
+    if (!parked) {
+        {
+            std::lock_guard<std::mutex> lock(gate->mutex);
+            gate->released = true;
+        }
+        std::fprintf(stderr, "vel-bench-child: the dispatching thread did not come round in 10 s\n");
+        g_variant_unref(g_variant_ref_sink(params));
+        return drained;
     }
     const bool emitted = sim.emitMany(signal, params, count, 0);
-    for (int waited = 0; emitted && gRead[counter].load() - readBefore < count && waited < 60000; ++waited) {
+    const std::uint64_t readDeadline = nowNs() + 30000000000ull;
+    while (emitted && gRead[counter].load() - readBefore < count && nowNs() < readDeadline) {
         sleepMs(1);
     }
     // The worker hands each signal to the main context right after reading it.
@@ -93,21 +110,24 @@ Drained drainBacklog(SimControl& sim, Arrivals& arrivals, const char* signal, GV
     const std::uint64_t start = nowNs();
     const std::uint64_t cpuStart = processCpuNs();
     {
-        std::lock_guard<std::mutex> lock(gate.mutex);
-        gate.released = true;
-        gate.changed.notify_all();
+        std::lock_guard<std::mutex> lock(gate->mutex);
+        gate->released = true;
+        gate->changed.notify_all();
     }
     // This thread sleeps meanwhile, so the process's CPU time is that of the
     // dispatching thread and of whatever the signals make the worker send.
     // The reading waits until every thread has gone idle.
-    const bool complete = emitted && arrivals.waitFor(count, 60000);
+    const bool complete = emitted && arrivals.waitFor(count, 30000);
     sleepMs(20);
     const std::uint64_t cpuEnd = processCpuNs();
     if (!complete) {
+        // The dispatching thread may still be on its way out of the gate.
         std::fprintf(stderr, "vel-bench-child: %u of %u %s drained\n", static_cast<unsigned>(arrivals.count()), count,
                      signal);
         return drained;
     }
+    // Every arrival came after the gate was left, so it can go.
+    delete gate;
     const std::vector<std::uint64_t> times = arrivals.arrivalTimes();
     drained.perSecond = static_cast<double>(count) * 1e9 / static_cast<double>(times.back() - start);
     drained.cpuUsPerSignal = static_cast<double>(cpuEnd - cpuStart) / 1000.0 / count;
