@@ -107,6 +107,16 @@ void syncRoundTrip(benchmark::State& state)
         return;
     }
     publishPaired(state, "sync", samples);
+    // How far the tail moves within one run: the p99 ratio of each half.
+    const std::size_t half = samples.library.size() / 2;
+    for (int part = 0; part < 2 && half > 0; ++part) {
+        const auto from = static_cast<std::ptrdiff_t>(part * half);
+        const auto to = static_cast<std::ptrdiff_t>((part + 1) * half);
+        const std::vector<double> library(samples.library.begin() + from, samples.library.begin() + to);
+        const std::vector<double> raw(samples.raw.begin() + from, samples.raw.begin() + to);
+        Results::instance().set(part == 0 ? "sync.ratio_p99_first_half" : "sync.ratio_p99_second_half",
+                                percentile(library, 99) / percentile(raw, 99));
+    }
     const double lines = static_cast<double>(loggedLines() - linesBefore) / static_cast<double>(state.iterations());
     Results::instance().set("sync.log_lines_per_call", lines);
     state.counters["log_lines_per_call"] = lines;
