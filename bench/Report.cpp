@@ -108,15 +108,16 @@ std::vector<Row> targetRows(bool smoke)
     rows.push_back({"signal to callback, latency at " + figure("lat.rate", 0) + "/s",
                     "p50 " + figure("lat.lib_p50_us", 1) + " µs, p99 " + figure("lat.lib_p99_us", 1) + " µs",
                     "p50 " + figure("lat.raw_p50_us", 1) + " µs, p99 " + figure("lat.raw_p99_us", 1) + " µs",
-                    "p50 ×" + figure("lat.ratio_p50", 3) + "; signal by signal the library is " +
-                        figure("lat.delta_p50_us", 1) + " µs later (" + figure("lat.signals", 0) +
+                    "p50 ×" + figure("lat.ratio_p50", 3) + "; signal by signal, library minus baseline " +
+                        figure("lat.delta_p50_us", 1) + " µs (" + figure("lat.signals", 0) +
                         " signals; the daemon's order between two listeners alone: " +
                         figure("lat.order_effect_us", 1) + " µs)",
                     "p50 ≤ 1.10", verdictFor(smoke, {{"lat.ratio_p50", 1.10}}, Bound::AtMost)});
     rows.push_back({"device list delivery: `noticeToApp` 0 → `onRcvUpdateKnownDevices` (10 records)",
                     figure("list.extra_cpu_us", 1) + " µs more CPU time per delivery than the baseline's notice (" +
                         figure("drain.lib_notice_cpu_us", 1) + " against " + figure("drain.raw_notice_cpu_us", 1) +
-                        " µs); latency from emission " + figure("list.extra_us", 1) + " µs more (p50, median of " +
+                        " µs); latency from emission, library minus baseline " + figure("list.extra_us", 1) +
+                        " µs (p50, median of " +
                         figure("drain.rounds", 0) + " rounds)",
                     "memcpy of 124920 bytes from the mapped store, warm: " + figure("copy.aligned_us", 2) + " µs",
                     "×" + figure("list.cpu_ratio", 1) + " (latency ×" + figure("list.ratio", 1) +
