@@ -1,5 +1,8 @@
 #include "vel/VelComProxyController.h"
 
+#include <chrono>
+
+#include "DispatchGate.h"
 #include "log_contexts.h"
 #include "vel/OrnaLogWrapper.h"
 #include "vel/VelLibUtil.h"
@@ -45,6 +48,11 @@ VelComProxyController::VelComProxyController(const std::string& clientName)
 VelComProxyController::~VelComProxyController()
 {
     mImpl->log(DLT_LOG_INFO, __func__, "destructor");
+    // A link callback on the main-loop thread may still be in subscribe().
+    DispatchGate* gate = DispatchGate::forOwner(static_cast<VelComProxy*>(this));
+    if (gate != nullptr && !gate->closeAndDrain(std::chrono::milliseconds(2000))) {
+        return;
+    }
     delete mImpl;
 }
 
