@@ -1,7 +1,5 @@
 #include "vel/VelComProxyController.h"
 
-#include <chrono>
-
 #include "DispatchGate.h"
 #include "log_contexts.h"
 #include "vel/OrnaLogWrapper.h"
@@ -50,7 +48,7 @@ VelComProxyController::~VelComProxyController()
     mImpl->log(DLT_LOG_INFO, __func__, "destructor");
     // A link callback on the main-loop thread may still be in subscribe().
     DispatchGate* gate = DispatchGate::forOwner(static_cast<VelComProxy*>(this));
-    if (gate != nullptr && !gate->closeAndDrain(std::chrono::milliseconds(2000))) {
+    if (gate != nullptr && !gate->closeAndDrain(DispatchGate::kDestructionWait)) {
         return;
     }
     delete mImpl;
