@@ -2,11 +2,13 @@
 
 #include <time.h>
 
+#include <chrono>
 #include <exception>
 #include <future>
 #include <new>
 #include <vector>
 
+#include "DispatchGate.h"
 #include "ImplVelComProxy.h"
 #include "VelComProxyLog.h"
 #include "vel/VelAgent.h"
@@ -44,6 +46,7 @@ VelComProxy::VelComProxy(const CLIENT_TYPE_e& clientType, const std::string& cli
       mMainContext(nullptr),
       mImpl(new ImplVelComProxy(clientType, this))
 {
+    DispatchGate::openFor(this);
     orna::OrnaLogWrapper* wrapper = orna::OrnaLogWrapper::instance(true);
     wrapper->registerApp("VELL", "vel_library");
     wrapper->registerContext(VELLIB, "VELL", "vel_library");
@@ -63,14 +66,17 @@ VelComProxy::VelComProxy(const CLIENT_TYPE_e& clientType, const std::string& cli
 VelComProxy::~VelComProxy()
 {
     proxyLog(DLT_LOG_INFO, mName, __func__, "destructor");
-    if (mProxy != nullptr) {
-        g_object_unref(mProxy);
-        mProxy = nullptr;
+    DispatchGate* gate = DispatchGate::forOwner(this);
+    if (gate != nullptr && !gate->closeAndDrain(DispatchGate::kDestructionWait)) {
+        // A link callback still runs on this object (e.g. a presence check at
+        // exit): everything it uses is kept rather than freed under it.
+        proxyLog(DLT_LOG_WARN, mName, __func__, "@@@ WARN. A callback is still running. Keep its state!");
+        abandonThread(mThread);
+        mThread = nullptr;
+        return;
     }
-    if (mConnection != nullptr) {
-        g_object_unref(mConnection);
-        mConnection = nullptr;
-    }
+    g_clear_object(&mProxy);
+    g_clear_object(&mConnection);
     abandonThread(mThread);
     mThread = nullptr;
     orna::OrnaLogWrapper::instance(true)->unregisterContext(VELLIB);
@@ -124,6 +130,10 @@ bool VelComProxy::checkProxyAvailable()
 
 bool VelComProxy::prepareToCommunicateWithStub()
 {
+    // Whether an earlier proxy has seen the name, read before this proxy's own
+    // watch can report it: otherwise the appearance would be handled twice,
+    // once here and once on the main-loop thread, at the same time.
+    const bool seenByEarlierProxy = mIsAppearedMVELService;
     try {
         mImpl->mAgent = std::make_shared<VelAgent>([this](bool appeared) { agentCallback(appeared); });
     } catch (const std::exception&) {
@@ -136,7 +146,7 @@ bool VelComProxy::prepareToCommunicateWithStub()
     proxyLog(DLT_LOG_INFO, mName, __func__, "Watching mvel service");
     // A name seen by an earlier proxy produces no new appearance event for this
     // one, so it connects now.
-    if (mIsAppearedMVELService) {
+    if (seenByEarlierProxy) {
         agentCallback(true);
     }
     return true;
@@ -144,19 +154,18 @@ bool VelComProxy::prepareToCommunicateWithStub()
 
 void VelComProxy::agentCallback(bool appeared)
 {
+    // The agent keeps calling the proxies it was given, destroyed or not.
+    DispatchGate::Pass pass(DispatchGate::forOwner(this));
+    if (!pass) {
+        return;
+    }
     proxyLog(DLT_LOG_INFO, mName, __func__, "agentCallback is executed for recovery. Appeared : ", appeared);
     if (!appeared) {
         proxyLog(DLT_LOG_INFO, mName, __func__, "D-Bus service name is vanished.");
         mIsAppearedMVELService = false;
         // Subscriptions are not undone here; the facades keep their ids.
-        if (mProxy != nullptr) {
-            g_object_unref(mProxy);
-            mProxy = nullptr;
-        }
-        if (mConnection != nullptr) {
-            g_object_unref(mConnection);
-            mConnection = nullptr;
-        }
+        g_clear_object(&mProxy);
+        g_clear_object(&mConnection);
         if (mImpl->mCallBackAgent != nullptr) {
             mImpl->mCallBackAgent->onRcvMVELReady(false);
         }

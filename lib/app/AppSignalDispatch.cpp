@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "AppLog.h"
+#include "DispatchGate.h"
 #include "ImplVelComProxyApp.h"
 #include "vel/VelCallBackApp.h"
 
@@ -43,6 +44,11 @@ void VelComProxyApp::onVelLibraryAppCallBack(GDBusConnection*, const gchar*, con
                                              const gchar* signalName, GVariant* parameters, gpointer userData)
 {
     VelComProxyApp* facade = static_cast<VelComProxyApp*>(userData);
+    // Looked up by address alone: the facade may already be destroyed at exit.
+    DispatchGate::Pass pass(DispatchGate::forOwner(static_cast<VelComProxy*>(facade)));
+    if (!pass) {
+        return;
+    }
     const std::string name = signalName != nullptr ? signalName : "";
     if (facade == nullptr || facade->mImpl == nullptr) {
         VEL_APP_LOG(DLT_LOG_ERROR, kClassTag, "@@@ ERR. No facade for signal_name:", name, "! Return!");

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "AppLog.h"
+#include "DispatchGate.h"
 #include "ImplVelComProxyApp.h"
 #include "vel/VelCallBackApp.h"
 #include "vel/VelLibShm.h"
@@ -105,6 +106,12 @@ VelComProxyApp::~VelComProxyApp()
 {
     VEL_APP_LOG(DLT_LOG_INFO, mName, "destructor");
     orna::OrnaLogWrapper::instance(true)->unregisterContext(VELLIBAPP);
+    // The subscriptions stay and the main-loop thread runs on: wait for a
+    // signal being dispatched to this facade and turn away the later ones.
+    DispatchGate* gate = DispatchGate::forOwner(static_cast<VelComProxy*>(this));
+    if (gate != nullptr && !gate->closeAndDrain(DispatchGate::kDestructionWait)) {
+        return;
+    }
     delete mImpl;
     mImpl = nullptr;
 }

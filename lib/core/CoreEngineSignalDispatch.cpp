@@ -1,5 +1,6 @@
 // From the six signals of the service to the core engine's callbacks.
 #include "CoreEngineLog.h"
+#include "DispatchGate.h"
 #include "ImplVelComProxyCoreEngine.h"
 #include "WifiCredentialsList.h"
 
@@ -45,7 +46,9 @@ void VelComProxyCoreEngine::onVelLibraryCoreengineCallBack(GDBusConnection*, con
                                                            GVariant* parameters, gpointer userData)
 {
     auto* self = static_cast<VelComProxyCoreEngine*>(userData);
-    if (self == nullptr || self->mImpl == nullptr) {
+    // Looked up by address alone: the facade may already be destroyed at exit.
+    DispatchGate::Pass pass(DispatchGate::forOwner(static_cast<VelComProxy*>(self)));
+    if (!pass || self == nullptr || self->mImpl == nullptr) {
         return;
     }
     ImplVelComProxyCoreEngine* impl = self->mImpl;

@@ -1,8 +1,10 @@
 #include "vel/VelComProxyCoreEngine.h"
 
+#include <chrono>
 #include <cstdlib>
 
 #include "CoreEngineLog.h"
+#include "DispatchGate.h"
 #include "ImplVelComProxyCoreEngine.h"
 
 using vel_core::log;
@@ -77,6 +79,12 @@ VelComProxyCoreEngine::VelComProxyCoreEngine(const CLIENT_TYPE_e& clientType, co
 VelComProxyCoreEngine::~VelComProxyCoreEngine()
 {
     orna::OrnaLogWrapper::instance(true)->unregisterContext(VELLIBCORE);
+    // The subscriptions stay and the main-loop thread runs on: wait for a
+    // signal being dispatched to this facade and turn away the later ones.
+    DispatchGate* gate = DispatchGate::forOwner(static_cast<VelComProxy*>(this));
+    if (gate != nullptr && !gate->closeAndDrain(DispatchGate::kDestructionWait)) {
+        return;
+    }
     delete mImpl;
 }
 

@@ -1,8 +1,9 @@
 #!/bin/sh
-# check-install.sh <build dir> <consumer source dir>
+# check-install.sh <build dir> <consumer source dir> [examples dir]
 set -e
 build="$1"
 consumer="$2"
+examples="$3"
 scratch="$(mktemp -d)"
 trap 'rm -rf "$scratch"' EXIT
 
@@ -21,4 +22,13 @@ LD_LIBRARY_PATH="$libdir" "$scratch/by-pkgconfig" 2>/dev/null | grep -qx ComQorV
 cmake -S "$consumer" -B "$scratch/cmake-build" -DCMAKE_PREFIX_PATH="$scratch/prefix" >/dev/null
 cmake --build "$scratch/cmake-build" >/dev/null
 LD_LIBRARY_PATH="$libdir" "$scratch/cmake-build/consumer" 2>/dev/null | grep -qx ComQorVel_communicatorProxy
-echo "installed tree builds and runs both consumers"
+
+# Examples, each a project of its own
+if [ -n "$examples" ]; then
+    for example in "$examples"/*/; do
+        name="$(basename "$example")"
+        cmake -S "$example" -B "$scratch/example-$name" -DCMAKE_PREFIX_PATH="$scratch/prefix" >/dev/null
+        cmake --build "$scratch/example-$name" >/dev/null || { echo "example $name does not build"; exit 1; }
+    done
+fi
+echo "installed tree builds and runs both consumers and builds the examples"

@@ -19,18 +19,10 @@ void logLine(const char* format, ...)
     std::lock_guard<std::mutex> lock(lineMutex);
     va_list args;
     va_start(args, format);
-    gchar* text = g_strdup_vprintf(format, args);
+    std::vprintf(format, args);
     va_end(args);
-    // Lines come from the main thread and from GDBus's worker thread; each
-    // goes out whole.
-    static std::mutex mutex;
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        std::fputs(text, stdout);
-        std::fputc('\n', stdout);
-        std::fflush(stdout);
-    }
-    g_free(text);
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
 }
 
 namespace {

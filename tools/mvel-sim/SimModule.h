@@ -35,6 +35,8 @@ struct Module {
     void (*exportControl)(Context& context);
     // Called before the simulator exits normally (SIGTERM, SIGINT, Quit), or nullptr.
     void (*shutdown)(Context& context) = nullptr;
+    // Called on the main loop after a registerMe was answered true, or nullptr.
+    void (*registered)(Context& context, unsigned int clientType, const char* clientName) = nullptr;
 };
 
 std::vector<const Module*>& modules();

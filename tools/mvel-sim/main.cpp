@@ -43,14 +43,12 @@ const char* const kControlXml = R"XML(
 </interface>
 )XML";
 
-// Runs on GDBus's worker thread for every message in arrival order, so the
-// call lines keep the order in which the clients sent them. (The skeleton's
-// g-authorize-method would run on a thread per call and mix them up.)
-GDBusMessage* printCall(GDBusConnection*, GDBusMessage* message, gboolean incoming, gpointer)
+// Runs on GDBus's worker thread for every incoming message, in the order the
+// bus delivered them, so the "call" lines keep bus order.
+GDBusMessage* printServiceCalls(GDBusConnection*, GDBusMessage* message, gboolean incoming, gpointer)
 {
     if (incoming && g_dbus_message_get_message_type(message) == G_DBUS_MESSAGE_TYPE_METHOD_CALL &&
-        g_strcmp0(g_dbus_message_get_interface(message), sim::kServiceName) == 0 &&
-        g_strcmp0(g_dbus_message_get_path(message), sim::kServicePath) == 0) {
+        g_strcmp0(g_dbus_message_get_interface(message), sim::kServiceName) == 0) {
         GVariant* body = g_dbus_message_get_body(message);
         gchar* printed = body != nullptr ? g_variant_print(body, TRUE) : g_strdup("()");
         sim::logLine("call %s %s", g_dbus_message_get_member(message), printed);
@@ -87,6 +85,13 @@ gboolean onRegisterMe(ComQorVel_communicator* skeleton, GDBusMethodInvocation* i
     }
     sim::logLine("registerMe type=%u name=%s result=%s", type, name, accepted ? "true" : "false");
     com_qor_vel_communicator_complete_register_me(skeleton, invocation, accepted);
+    if (accepted) {
+        for (const sim::Module* module : sim::modules()) {
+            if (module->registered != nullptr) {
+                module->registered(gContext, type, name);
+            }
+        }
+    }
     return TRUE;
 }
 
@@ -211,8 +216,7 @@ int main(int argc, char** argv)
     }
     g_dbus_connection_set_exit_on_close(gContext.connection, FALSE);
     g_signal_connect(gContext.connection, "closed", G_CALLBACK(onConnectionClosed), nullptr);
-
-    g_dbus_connection_add_filter(gContext.connection, printCall, nullptr, nullptr);
+    g_dbus_connection_add_filter(gContext.connection, printServiceCalls, nullptr, nullptr);
 
     gContext.skeleton = com_qor_vel_communicator_skeleton_new();
     g_signal_connect(gContext.skeleton, "handle-register-me", G_CALLBACK(onRegisterMe), nullptr);

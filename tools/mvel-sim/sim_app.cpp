@@ -236,24 +236,16 @@ gboolean announceLists(gpointer)
 
 // Runs for every incoming call, before its handler; returns TRUE so that the
 // call goes on. Used only to notice application clients registering.
-gboolean onAuthorizeMethod(GDBusInterfaceSkeleton*, GDBusMethodInvocation* invocation, gpointer)
+void onClientRegistered(sim::Context&, unsigned int type, const char*)
 {
-    if (!gState.announceOnRegister ||
-        g_strcmp0(g_dbus_method_invocation_get_method_name(invocation), "registerMe") != 0) {
-        return TRUE;
+    if (!gState.announceOnRegister) {
+        return;
     }
-    GVariant* parameters = g_dbus_method_invocation_get_parameters(invocation);
-    if (!g_variant_is_of_type(parameters, G_VARIANT_TYPE("(us)"))) {
-        return TRUE;
-    }
-    guint32 type = 0;
-    g_variant_get(parameters, "(u&s)", &type, nullptr);
     if (type >= CLIENT_TYPE_APPLICATION_FIRST && type <= CLIENT_TYPE_APPLICATION_LAST) {
         // The client subscribed before registering; a short pause lets the
         // registration reply go first, as the service does.
         g_timeout_add(50, announceLists, nullptr);
     }
-    return TRUE;
 }
 
 gboolean onActionFromApp(ComQorVel_communicator* skeleton, GDBusMethodInvocation* invocation, guint action,
@@ -416,7 +408,6 @@ void attachApp(sim::Context& context)
     }
     g_signal_connect(context.skeleton, "handle-action-from-app", G_CALLBACK(onActionFromApp), nullptr);
     g_signal_connect(context.skeleton, "handle-inform-from-app", G_CALLBACK(onInformFromApp), nullptr);
-    g_signal_connect(context.skeleton, "g-authorize-method", G_CALLBACK(onAuthorizeMethod), nullptr);
 }
 
 // Every module has opened what it owns by now (the store opens on attach).
@@ -451,7 +442,7 @@ void shutdownApp(sim::Context&)
     gOptions = AppOptions();
 }
 
-const sim::Module kAppModule = {"app", appOptions, attachApp, exportAppControl, shutdownApp};
+const sim::Module kAppModule = {"app", appOptions, attachApp, exportAppControl, shutdownApp, onClientRegistered};
 const sim::Registrar kAppRegistrar(kAppModule);
 
 } // namespace

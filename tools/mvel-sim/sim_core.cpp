@@ -178,7 +178,9 @@ GDBusMessage* watchCoreRegistrations(GDBusConnection*, GDBusMessage* message, gb
         guint32 type = 0;
         g_variant_get(body, "(u&s)", &type, nullptr);
         if (type >= 200 && type <= 203) {
-            g_idle_add(emitConnectRequest, nullptr);
+            // A short pause lets the registration reply go first, as the
+            // service does; the request would arrive without it too.
+            g_timeout_add(50, emitConnectRequest, nullptr);
         }
     }
     return message;

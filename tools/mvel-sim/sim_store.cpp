@@ -4,9 +4,10 @@
 // object /vel.discovered_devices), holding /vel.semaphore around every write.
 // The store lives in the real /data/qor/vel and /dev/shm of the mount
 // namespace the simulator runs in; tests run it in a private one. By default
-// (--store=auto) it is published only where /data/qor/vel already exists, so a
-// simulator started on a workstation leaves the machine's /data and /dev/shm
-// alone; --store=on creates the directory, --store=off never publishes.
+// (--store=auto) it is published only inside a mount namespace of its own
+// (one that differs from that of a process it was started from), so a simulator started straight on a workstation
+// leaves the machine's /data and /dev/shm alone; --store=on publishes wherever
+// it runs, --store=off never publishes. /data/qor/vel is created if missing.
 //
 // Control interface com.qor.vel_sim.Store on /com/qor/vel_sim:
 //   PublishKnown(as deviceIds) -> (b)        whole list, zero-padded to ten records
@@ -17,7 +18,9 @@
 // write succeeded; a store that is not open answers with an error.
 
 #include <gio/gio.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -38,7 +41,6 @@ struct StoreOptions {
     gchar* mode = nullptr;
 };
 
-constexpr const char* kStoreDirectory = "/data/qor/vel";
 
 StoreOptions gStoreOptions;
 std::unique_ptr<StoreWriter> gWriter;
@@ -192,8 +194,8 @@ GOptionGroup* storeOptions()
         {"store-lock-timeout", 0, G_OPTION_FLAG_IN_MAIN, G_OPTION_ARG_INT, &gStoreOptions.lockTimeoutMs,
          "Write anyway after waiting MS ms for /vel.semaphore (default 1000)", "MS"},
         {"store", 0, G_OPTION_FLAG_IN_MAIN, G_OPTION_ARG_STRING, &gStoreOptions.mode,
-         "Publish the device store in /data/qor/vel and /dev/shm: auto (default: only if /data/qor/vel "
-         "exists), on (create it) or off. Control interface com.qor.vel_sim.Store: PublishKnown(as deviceIds), "
+         "Publish the device store in /data/qor/vel and /dev/shm: auto (default: only in a private mount "
+         "namespace), on or off. Control interface com.qor.vel_sim.Store: PublishKnown(as deviceIds), "
          "PublishDiscovered(as deviceIds), PublishKnownRaw(ay bytes), PublishDiscoveredRaw(ay bytes), each "
          "answering (b published)",
          "MODE"},
@@ -205,6 +207,51 @@ GOptionGroup* storeOptions()
 
 // The stores must exist before the service name appears: a client opens them
 // as soon as it sees the service.
+std::string mountNamespaceOf(const std::string& _pid)
+{
+    gchar* link = g_file_read_link(("/proc/" + _pid + "/ns/mnt").c_str(), nullptr);
+    const std::string result = link != nullptr ? link : "";
+    g_free(link);
+    return result;
+}
+
+std::string parentOf(const std::string& _pid)
+{
+    gchar* stat = nullptr;
+    if (!g_file_get_contents(("/proc/" + _pid + "/stat").c_str(), &stat, nullptr, nullptr)) {
+        return std::string();
+    }
+    // "pid (comm) state ppid ...": the name may hold blanks and parentheses.
+    const char* end = std::strrchr(stat, ')');
+    std::string parent;
+    int ppid = 0;
+    if (end != nullptr && std::sscanf(end + 1, " %*c %d", &ppid) == 1 && ppid > 0) {
+        parent = std::to_string(ppid);
+    }
+    g_free(stat);
+    return parent;
+}
+
+// Whether this process runs in a mount namespace of its own: one that differs
+// from the namespace of some process it was started from. Ancestors that
+// cannot be inspected count as the same namespace.
+bool inPrivateMountNamespace()
+{
+    const std::string own = mountNamespaceOf("self");
+    if (own.empty()) {
+        return false;
+    }
+    std::string pid = std::to_string(getppid());
+    for (int depth = 0; depth < 64 && !pid.empty() && pid != "0"; ++depth) {
+        const std::string theirs = mountNamespaceOf(pid);
+        if (!theirs.empty() && theirs != own) {
+            return true;
+        }
+        pid = parentOf(pid);
+    }
+    return false;
+}
+
 bool storeWanted()
 {
     const std::string mode = gStoreOptions.mode != nullptr ? gStoreOptions.mode : "auto";
@@ -219,8 +266,8 @@ bool storeWanted()
         logLine("store: disabled: unknown --store mode %s (auto, on or off)", mode.c_str());
         return false;
     }
-    if (!g_file_test(kStoreDirectory, G_FILE_TEST_IS_DIR)) {
-        logLine("store: disabled: %s does not exist (--store=on creates it)", kStoreDirectory);
+    if (!inPrivateMountNamespace()) {
+        logLine("store: disabled: not in a private mount namespace (--store=on publishes anyway)");
         return false;
     }
     return true;

@@ -112,6 +112,26 @@ inline ::testing::AssertionResult logged(const std::string& _text, int _severity
     return ::testing::AssertionFailure() << out.str();
 }
 
+// Compares two byte buffers; a failure names the sizes and the first
+// difference instead of printing whole device lists.
+template <typename Left, typename Right>
+::testing::AssertionResult sameBytes(const Left& _left, const Right& _right)
+{
+    const std::vector<unsigned char> left(_left.begin(), _left.end());
+    const std::vector<unsigned char> right(_right.begin(), _right.end());
+    if (left.size() != right.size()) {
+        return ::testing::AssertionFailure() << "sizes differ: " << left.size() << " and " << right.size();
+    }
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        if (left[i] != right[i]) {
+            return ::testing::AssertionFailure() << "first difference at byte " << i << ": "
+                                                 << static_cast<unsigned>(left[i]) << " and "
+                                                 << static_cast<unsigned>(right[i]);
+        }
+    }
+    return ::testing::AssertionSuccess();
+}
+
 inline DevShmInfo knownInfo()
 {
     DevShmInfo info;

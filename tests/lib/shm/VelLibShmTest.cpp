@@ -148,7 +148,7 @@ TEST_F(AVelLibShm, ReadsTheKnownListByteExactUnderTheSemaphore)
 
     ASSERT_TRUE(read(reader, KNOWN_DEVICE_LIST, 10));
 
-    EXPECT_EQ(buffered(kKnownListBytes), mKnownList);
+    EXPECT_TRUE(sameBytes(buffered(kKnownListBytes), mKnownList));
     EXPECT_EQ(semaphoreValue(mSemaphore), 1);
     const std::vector<std::string> expected{libshm(" readData() (_listType:0, _size:124920)"),
                                             libshm(" Acquied semaphore. Start to read ~ "),
@@ -171,7 +171,7 @@ TEST_F(AVelLibShm, ReadsTheFirstRecordsOfTheKnownList)
 
     ASSERT_TRUE(read(reader, KNOWN_DEVICE_LIST, 3));
 
-    EXPECT_EQ(buffered(3 * kRecord), std::vector<unsigned char>(mKnownList.begin(), mKnownList.begin() + 3 * kRecord));
+    EXPECT_TRUE(sameBytes(buffered(3 * kRecord), std::vector<unsigned char>(mKnownList.begin(), mKnownList.begin() + 3 * kRecord)));
     EXPECT_EQ(buffered(4 * kRecord).back(), 0);
 }
 
@@ -182,7 +182,7 @@ TEST_F(AVelLibShm, ReadsTheDiscoveredListByteExact)
 
     ASSERT_TRUE(read(reader, DISCOVERED_DEVICE_LIST, 2));
 
-    EXPECT_EQ(buffered(2 * kRecord), mDiscoveredList);
+    EXPECT_TRUE(sameBytes(buffered(2 * kRecord), mDiscoveredList));
     EXPECT_STREQ(mBuffer[1].deviceId, "dev-1-68");
     EXPECT_EQ(semaphoreValue(mSemaphore), 1);
 }
@@ -197,7 +197,7 @@ TEST_F(AVelLibShm, FollowsADiscoveredListThatTheServiceRepublishedLonger)
 
     ASSERT_TRUE(read(reader, DISCOVERED_DEVICE_LIST, 5));
 
-    EXPECT_EQ(buffered(5 * kRecord), longer);
+    EXPECT_TRUE(sameBytes(buffered(5 * kRecord), longer));
 }
 
 TEST_F(AVelLibShm, RefusesAReadBeforeInitializeAndKeepsTheSemaphoreTaken)
@@ -290,9 +290,9 @@ TEST_F(AVelLibShm, ReadsPastTheEndOfTheObjectWithinItsLastPage)
     ASSERT_TRUE(reader.readData(reinterpret_cast<DEVICE*>(dest.data()), DISCOVERED_DEVICE_LIST,
                                 static_cast<int>(beyond)));
 
-    EXPECT_EQ(std::vector<unsigned char>(dest.begin(), dest.begin() + kRecord), records(1, 0x31));
+    EXPECT_TRUE(sameBytes(std::vector<unsigned char>(dest.begin(), dest.begin() + kRecord), records(1, 0x31)));
     // What the object does not hold reads as the page's zeros.
-    EXPECT_EQ(std::vector<unsigned char>(dest.begin() + kRecord, dest.end()), std::vector<unsigned char>(100, 0));
+    EXPECT_TRUE(sameBytes(std::vector<unsigned char>(dest.begin() + kRecord, dest.end()), std::vector<unsigned char>(100, 0)));
     EXPECT_EQ(LogCapture::count("@@@ ERR."), 0u);
 }
 

@@ -44,7 +44,7 @@ TEST_F(AVelSharedMemoryCompose, MapsAStoreCreatedWritableSoThatWritesReachTheObj
 
     std::memset(info.address, 0x5A, kRecord);
 
-    EXPECT_EQ(readObject(kDiscoveredName, kRecord), std::vector<unsigned char>(kRecord, 0x5A));
+    EXPECT_TRUE(sameBytes(readObject(kDiscoveredName, kRecord), std::vector<unsigned char>(kRecord, 0x5A)));
 }
 
 TEST_F(AVelSharedMemoryCompose, TreatsDescriptorZeroFromTheOpenAsAFailedOpen)

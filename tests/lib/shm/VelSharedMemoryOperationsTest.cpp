@@ -72,7 +72,7 @@ TEST_F(AVelSharedMemoryStore, CopiesExactlyTheRequestedBytes)
 
     ASSERT_TRUE(mShm.shmRead(dest.data(), source.data(), kRecord));
 
-    EXPECT_EQ(bytesAt(dest.data(), kRecord), source);
+    EXPECT_TRUE(sameBytes(bytesAt(dest.data(), kRecord), source));
     EXPECT_EQ(dest[kRecord], 0xEE);
 }
 
@@ -97,7 +97,7 @@ TEST_F(AVelSharedMemoryStore, WritesInPlaceWhenTheStoreAlreadyHasTheWrittenLengt
     ASSERT_TRUE(mShm.shmWrite(mInfo, bytes.data(), bytes.size()));
 
     EXPECT_EQ(mInfo.address, before);
-    EXPECT_EQ(readObject(kDiscoveredName, kRecord), bytes);
+    EXPECT_TRUE(sameBytes(readObject(kDiscoveredName, kRecord), bytes));
     EXPECT_TRUE(logged(vshm("shmWrite", "(currSize == _write_count) is true. Do memcpy()"), kSeverityInfo));
     EXPECT_TRUE(logged(vshm("shmWrite", " _info.name:/vel.discovered_devices, _write_count:12492, _srcBuf:" +
                                             pointerText(bytes.data())),
@@ -111,7 +111,7 @@ TEST_F(AVelSharedMemoryStore, TruncatesTheStoreToTheWrittenLengthBeforeCopying)
 
     EXPECT_EQ(objectSize(kDiscoveredName), static_cast<long>(3 * kRecord));
     EXPECT_EQ(mInfo.resized_size, 3 * kRecord);
-    EXPECT_EQ(readObject(kDiscoveredName, 3 * kRecord), three);
+    EXPECT_TRUE(sameBytes(readObject(kDiscoveredName, 3 * kRecord), three));
     EXPECT_TRUE(logged(vshm("shmWrite", "(currSize == _write_count) is false. Do resize before memcpy(). current "
                                         "size:12492, write_count:37476"),
                        kSeverityInfo));
@@ -124,7 +124,7 @@ TEST_F(AVelSharedMemoryStore, TruncatesTheStoreToTheWrittenLengthBeforeCopying)
     ASSERT_TRUE(mShm.shmWrite(mInfo, one.data(), one.size()));
 
     EXPECT_EQ(objectSize(kDiscoveredName), static_cast<long>(kRecord));
-    EXPECT_EQ(readObject(kDiscoveredName, 3 * kRecord), one);
+    EXPECT_TRUE(sameBytes(readObject(kDiscoveredName, 3 * kRecord), one));
 }
 
 TEST_F(AVelSharedMemoryStore, WritesAWholeKnownDeviceListIntoAFreshFile)
@@ -138,7 +138,7 @@ TEST_F(AVelSharedMemoryStore, WritesAWholeKnownDeviceListIntoAFreshFile)
     ASSERT_TRUE(mShm.shmSync(known.address, known.resized_size));
 
     const std::string stored = readWholeFile(kKnownPath);
-    EXPECT_EQ(std::vector<unsigned char>(stored.begin(), stored.end()), list);
+    EXPECT_TRUE(sameBytes(std::vector<unsigned char>(stored.begin(), stored.end()), list));
 }
 
 TEST_F(AVelSharedMemoryStore, FailsAWriteWhenTheStoreCannotBeResized)
