@@ -23,3 +23,7 @@ file(RELATIVE_PATH VEL_PC_TO_PREFIX "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" 
 string(REGEX REPLACE "/$" "" VEL_PC_TO_PREFIX "${VEL_PC_TO_PREFIX}")
 configure_file(${CMAKE_SOURCE_DIR}/cmake/libvel.pc.in ${CMAKE_BINARY_DIR}/libvel.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/libvel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The service's system-bus policy: who may own its name and send its signals.
+install(FILES ${CMAKE_SOURCE_DIR}/data/dbus-1/system.d/com.qor.vel_communicator.conf
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/system.d)

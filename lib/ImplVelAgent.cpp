@@ -133,7 +133,7 @@ void ImplVelAgent::OnDBusNameVanished(GDBusConnection* connection, const gchar* 
     (void)userData;
     orna::log(&VELSIGNAL, DLT_LOG_INFO, "[VELLIB] OnDBusNameVanished()");
     notifyAll(false);
-    const int signo = VelComProxy::mSignalNoForAgent;
+    const int signo = __atomic_load_n(&VelComProxy::mSignalNoForAgent, __ATOMIC_SEQ_CST);
     if (signo != -1) {
         orna::log(&VELSIGNAL, DLT_LOG_INFO, "[VELLIB] Recovery timer is set. Signo:", signo);
         timer().start(&VelAgent::timeOutCallback, kRecoveryTimeoutMs, &mTimerId, signo, "OnDBusNameVanished");

@@ -2,6 +2,9 @@
 
 #include <time.h>
 
+#include <mutex>
+
+#include "ProxyReference.h"
 #include "VelComProxyLog.h"
 #include "vel/VelAgent.h"
 #include "vel/VelComProxy.h"
@@ -38,26 +41,45 @@ bool ImplVelComProxy::openProxy()
 {
     proxyLog(DLT_LOG_INFO, mName, __func__, "openProxy()");
     VelComProxy& owner = *mOwner;
-    if (owner.mProxy != nullptr) {
-        return true;
+    {
+        std::lock_guard<std::mutex> lock(vel_link::linkMutex());
+        if (owner.mProxy != nullptr) {
+            return true;
+        }
     }
-    owner.mProxy = com_qor_vel_communicator_proxy_new_for_bus_sync(
-        G_BUS_TYPE_SYSTEM, G_DBUS_PROXY_FLAGS_NONE, owner.mBusName, owner.mObjectPath, nullptr, &owner.mError);
-    if (owner.mProxy != nullptr) {
+    // Made outside the lock (they wait for the bus), published under it:
+    // requests on other threads read these slots.
+    GError* error = nullptr;
+    ComQorVel_communicator* proxy = com_qor_vel_communicator_proxy_new_for_bus_sync(
+        G_BUS_TYPE_SYSTEM, G_DBUS_PROXY_FLAGS_NONE, owner.mBusName, owner.mObjectPath, nullptr, &error);
+    if (proxy != nullptr) {
         // The shared system-bus connection would otherwise end the host process
         // when the bus goes away.
-        g_dbus_connection_set_exit_on_close(g_dbus_proxy_get_connection(G_DBUS_PROXY(owner.mProxy)), FALSE);
+        g_dbus_connection_set_exit_on_close(g_dbus_proxy_get_connection(G_DBUS_PROXY(proxy)), FALSE);
+    }
+    {
+        std::lock_guard<std::mutex> lock(vel_link::linkMutex());
+        owner.mProxy = proxy;
+        g_clear_error(&owner.mError);
+        owner.mError = error;
     }
     if (!owner.checkProxyAvailable()) {
         proxyLog(DLT_LOG_ERROR, mName, __func__, "proxy_new_for_bus_sync Error");
         // Without a proxy the check above leaves the error in place; the next
         // attempt needs an empty slot.
+        std::lock_guard<std::mutex> lock(vel_link::linkMutex());
         g_clear_error(&owner.mError);
         return false;
     }
-    owner.mConnection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &owner.mError);
-    if (owner.mConnection != nullptr) {
-        g_dbus_connection_set_exit_on_close(owner.mConnection, FALSE);
+    error = nullptr;
+    GDBusConnection* connection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
+    if (connection != nullptr) {
+        g_dbus_connection_set_exit_on_close(connection, FALSE);
+    }
+    {
+        std::lock_guard<std::mutex> lock(vel_link::linkMutex());
+        owner.mConnection = connection;
+        owner.mError = error;
     }
     if (!owner.checkProxyAvailable()) {
         proxyLog(DLT_LOG_ERROR, mName, __func__, "g_bus_get_sync Error");
@@ -73,9 +95,14 @@ void ImplVelComProxy::registerMe()
     while (count < kRegisterAttempts) {
         // A transport error or a reply of the wrong type leaves result false,
         // which is a refusal like any other.
+        // A vanish on the main-loop thread may take the proxy meanwhile; then
+        // this attempt is refused like any other.
         gboolean result = FALSE;
-        com_qor_vel_communicator_call_register_me_sync(mOwner->mProxy, mClientType, mName.c_str(), &result, nullptr,
-                                                       nullptr);
+        vel_link::ProxyReference proxy(mOwner->mProxy);
+        if (proxy) {
+            com_qor_vel_communicator_call_register_me_sync(proxy.get(), mClientType, mName.c_str(), &result, nullptr,
+                                                           nullptr);
+        }
         if (result) {
             return;
         }

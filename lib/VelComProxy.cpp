@@ -5,11 +5,14 @@
 #include <chrono>
 #include <exception>
 #include <future>
+#include <mutex>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "DispatchGate.h"
 #include "ImplVelComProxy.h"
+#include "ProxyReference.h"
 #include "VelComProxyLog.h"
 #include "vel/VelAgent.h"
 #include "vel/VelCallBackAgent.h"
@@ -109,23 +112,31 @@ bool VelComProxy::lazyInitialize()
 bool VelComProxy::setSignalNoForRecovery(int signalNo)
 {
     proxyLog(DLT_LOG_INFO, mName, __func__, "signalNo:", signalNo);
-    mSignalNoForAgent = signalNo;
+    // Read on the main-loop thread when the name vanishes; the class-wide
+    // flags are accessed atomically, as any thread may set them.
+    __atomic_store_n(&mSignalNoForAgent, signalNo, __ATOMIC_SEQ_CST);
     return true;
 }
 
 bool VelComProxy::checkProxyAvailable()
 {
     proxyLog(DLT_LOG_INFO, mName, __func__, "checkProxyAvailable()");
-    if (mProxy == nullptr) {
+    bool hasProxy = false;
+    bool hadError = false;
+    {
+        std::lock_guard<std::mutex> lock(vel_link::linkMutex());
+        hasProxy = mProxy != nullptr;
+        if (hasProxy && mError != nullptr) {
+            g_error_free(mError);
+            mError = nullptr;
+            hadError = true;
+        }
+    }
+    if (!hasProxy) {
         proxyLog(DLT_LOG_ERROR, mName, __func__, "@@@ ERR. (mProxy != 0) is false !");
         return false;
     }
-    if (mError != nullptr) {
-        g_error_free(mError);
-        mError = nullptr;
-        return false;
-    }
-    return true;
+    return !hadError;
 }
 
 bool VelComProxy::prepareToCommunicateWithStub()
@@ -133,7 +144,7 @@ bool VelComProxy::prepareToCommunicateWithStub()
     // Whether an earlier proxy has seen the name, read before this proxy's own
     // watch can report it: otherwise the appearance would be handled twice,
     // once here and once on the main-loop thread, at the same time.
-    const bool seenByEarlierProxy = mIsAppearedMVELService;
+    const bool seenByEarlierProxy = __atomic_load_n(&mIsAppearedMVELService, __ATOMIC_SEQ_CST);
     try {
         mImpl->mAgent = std::make_shared<VelAgent>([this](bool appeared) { agentCallback(appeared); });
     } catch (const std::exception&) {
@@ -162,10 +173,19 @@ void VelComProxy::agentCallback(bool appeared)
     proxyLog(DLT_LOG_INFO, mName, __func__, "agentCallback is executed for recovery. Appeared : ", appeared);
     if (!appeared) {
         proxyLog(DLT_LOG_INFO, mName, __func__, "D-Bus service name is vanished.");
-        mIsAppearedMVELService = false;
+        __atomic_store_n(&mIsAppearedMVELService, false, __ATOMIC_SEQ_CST);
         // Subscriptions are not undone here; the facades keep their ids.
-        g_clear_object(&mProxy);
-        g_clear_object(&mConnection);
+        // Requests on other threads hold references of their own to the
+        // proxy, so it is only taken out of reach under the lock.
+        ComQorVel_communicator* proxy = nullptr;
+        GDBusConnection* connection = nullptr;
+        {
+            std::lock_guard<std::mutex> lock(vel_link::linkMutex());
+            std::swap(proxy, mProxy);
+            std::swap(connection, mConnection);
+        }
+        g_clear_object(&proxy);
+        g_clear_object(&connection);
         if (mImpl->mCallBackAgent != nullptr) {
             mImpl->mCallBackAgent->onRcvMVELReady(false);
         }
@@ -173,7 +193,7 @@ void VelComProxy::agentCallback(bool appeared)
     }
 
     proxyLog(DLT_LOG_INFO, mName, __func__, "D-Bus service name is appeared.");
-    mIsAppearedMVELService = true;
+    __atomic_store_n(&mIsAppearedMVELService, true, __ATOMIC_SEQ_CST);
     if (!mImpl->mLazyInitialized) {
         mImpl->mLazyInitialized = lazyInitialize();
         if (!mImpl->mLazyInitialized) {

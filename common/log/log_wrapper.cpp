@@ -71,12 +71,14 @@ OrnaLogWrapper::~OrnaLogWrapper()
 
 void OrnaLogWrapper::enableNoDLTDebug(bool enable)
 {
-    mNoDLT = enable;
+    // Every instance(true) call stores the flag, from any thread, while
+    // messages read it: the flag is accessed atomically.
+    __atomic_store_n(&mNoDLT, enable, __ATOMIC_RELAXED);
 }
 
 void OrnaLogWrapper::emitOwnLine_l(DltLogLevelType level, const std::string& text)
 {
-    if (mNoDLT) {
+    if (__atomic_load_n(&mNoDLT, __ATOMIC_RELAXED)) {
         deliver(level, kOwnTag + text);
     }
 }
@@ -144,7 +146,7 @@ bool OrnaLogWrapper::unregisterContext_l(DltContext&)
 void OrnaLogWrapper::init(DltLogLevelType level, DltContext*)
 {
     mMutex.lock();
-    if (mNoDLT) {
+    if (__atomic_load_n(&mNoDLT, __ATOMIC_RELAXED)) {
         mLevel = level;
     }
 }
@@ -178,7 +180,7 @@ void OrnaLogWrapper::append(const char* value)
 
 void OrnaLogWrapper::send()
 {
-    if (mNoDLT) {
+    if (__atomic_load_n(&mNoDLT, __ATOMIC_RELAXED)) {
         send_trc();
     }
     mStream.str(std::string());

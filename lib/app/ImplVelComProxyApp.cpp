@@ -2,6 +2,7 @@
 
 #include "AppLog.h"
 #include "DeviceRecordBuffer.h"
+#include "ProxyReference.h"
 #include "vel/VelLibShm.h"
 
 VelComProxyApp::ImplVelComProxyApp::ImplVelComProxyApp(VelComProxyApp* owner, const CLIENT_TYPE_e& clientType,
@@ -45,12 +46,14 @@ bool VelComProxyApp::ImplVelComProxyApp::sendActionFromApp(APP_REQUEST_e _action
 {
     VEL_APP_LOG(DLT_LOG_INFO, mName, "_action:", static_cast<unsigned>(_action), ", _deviceId:", _deviceId,
                 ", _technology:", static_cast<unsigned>(_technology), ", _deviceIdToReplace:", _deviceIdToReplace);
-    if (!mpOwner->checkProxyAvailable()) {
+    // Held across the call: a vanish on the main-loop thread cannot free it.
+    vel_link::ProxyReference proxy(mpOwner->mProxy);
+    if (!mpOwner->checkProxyAvailable() || !proxy) {
         VEL_APP_LOG(DLT_LOG_ERROR, mName, "checkProxyAvailable() failed! Return!");
         return false;
     }
     // The reply is never read: the outcome arrives as appRequestDone.
-    com_qor_vel_communicator_call_action_from_app(mpOwner->mProxy, _action, _deviceId.c_str(), _technology,
+    com_qor_vel_communicator_call_action_from_app(proxy.get(), _action, _deviceId.c_str(), _technology,
                                                   _deviceIdToReplace.c_str(), nullptr, nullptr, nullptr);
     return true;
 }
@@ -61,13 +64,14 @@ bool VelComProxyApp::ImplVelComProxyApp::sendActionFromAppSync(APP_REQUEST_e _ac
 {
     VEL_APP_LOG(DLT_LOG_INFO, mName, "_action:", static_cast<unsigned>(_action), ", _deviceId:", _deviceId,
                 ", _technology:", static_cast<unsigned>(_technology), ", _deviceIdToReplace:", _deviceIdToReplace);
-    if (!mpOwner->checkProxyAvailable()) {
+    vel_link::ProxyReference proxy(mpOwner->mProxy);
+    if (!mpOwner->checkProxyAvailable() || !proxy) {
         VEL_APP_LOG(DLT_LOG_ERROR, mName, "@@@ ERR. checkProxyAvailable() failed! Return!");
         return false;
     }
     gboolean result = FALSE;
     const gboolean dbusProcessed = com_qor_vel_communicator_call_action_from_app_sync(
-        mpOwner->mProxy, _action, _deviceId.c_str(), _technology, _deviceIdToReplace.c_str(), &result, nullptr,
+        proxy.get(), _action, _deviceId.c_str(), _technology, _deviceIdToReplace.c_str(), &result, nullptr,
         nullptr);
     if (!dbusProcessed) {
         VEL_APP_LOG(DLT_LOG_ERROR, mName, "@@@ ERR. dbusProcessed is false! Return!");
@@ -80,11 +84,12 @@ bool VelComProxyApp::ImplVelComProxyApp::sendActionFromAppSync(APP_REQUEST_e _ac
 bool VelComProxyApp::ImplVelComProxyApp::sendInformFromApp_l(APP_INFO_e _appInfo, std::string _param)
 {
     VEL_APP_LOG(DLT_LOG_INFO, mName, "_appInfo:", static_cast<unsigned>(_appInfo), ", _param:", _param);
-    if (!mpOwner->checkProxyAvailable()) {
+    vel_link::ProxyReference proxy(mpOwner->mProxy);
+    if (!mpOwner->checkProxyAvailable() || !proxy) {
         VEL_APP_LOG(DLT_LOG_ERROR, mName, "checkProxyAvailable() failed! Return!");
         return false;
     }
-    com_qor_vel_communicator_call_inform_from_app(mpOwner->mProxy, _appInfo, _param.c_str(), nullptr, nullptr,
+    com_qor_vel_communicator_call_inform_from_app(proxy.get(), _appInfo, _param.c_str(), nullptr, nullptr,
                                                   nullptr);
     return true;
 }

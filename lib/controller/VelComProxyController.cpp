@@ -1,6 +1,7 @@
 #include "vel/VelComProxyController.h"
 
 #include "DispatchGate.h"
+#include "ProxyReference.h"
 #include "log_contexts.h"
 #include "vel/OrnaLogWrapper.h"
 #include "vel/VelLibUtil.h"
@@ -76,9 +77,12 @@ bool VelComProxyController::subscribe()
 bool VelComProxyController::sendControlMode(unsigned int mode, unsigned int technology, ORNA_FUNC_ITEM_e item)
 {
     mImpl->log(DLT_LOG_INFO, __func__, "_mode: ", mode, " _technology: ", technology, " _item: ", item);
-    if (!checkProxyAvailable()) {
+    // Held across the call: a vanish on the main-loop thread cannot free it.
+    vel_link::ProxyReference proxy(mProxy);
+    if (!checkProxyAvailable() || !proxy) {
         return false;
     }
-    com_qor_vel_communicator_call_send_control_mode(mProxy, mode, technology, item, nullptr, nullptr, nullptr);
+    com_qor_vel_communicator_call_send_control_mode(proxy.get(), mode, technology, item, nullptr, nullptr,
+                                                    nullptr);
     return true;
 }

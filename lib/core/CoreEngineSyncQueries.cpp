@@ -4,6 +4,7 @@
 
 #include "CoreEngineLog.h"
 #include "ImplVelComProxyCoreEngine.h"
+#include "ProxyReference.h"
 #include "WifiCredentialsList.h"
 
 using vel_core::log;
@@ -56,7 +57,9 @@ bool VelComProxyCoreEngine::ImplVelComProxyCoreEngine::sendActionFromCoreSync(
     CLIENT_TYPE_e clientType, const CORE_REQUEST_e& request, const std::string& data, std::string& information,
     std::list<WIFI_CREDENTIALS_s>& wifiCredentialsList, const bool& flag, const std::string& data2)
 {
-    if (!mpOwner->checkProxyAvailable()) {
+    // Held across the call: a vanish on the main-loop thread cannot free it.
+    vel_link::ProxyReference proxy(mpOwner->mProxy);
+    if (!mpOwner->checkProxyAvailable() || !proxy) {
         return false;
     }
     log(DLT_LOG_INFO, __func__, "_clientType:", clientType, ", _request:", request, ", _data:", data,
@@ -65,7 +68,7 @@ bool VelComProxyCoreEngine::ImplVelComProxyCoreEngine::sendActionFromCoreSync(
     // The proxy knows the interface, so a reply of another type than
     // "(s@a(ssyuuss))" comes back as a failed call and is never unpacked.
     const bool dbusProcessed = com_qor_vel_communicator_call_action_from_core_sync(
-                                   mpOwner->mProxy, clientType, request, data.c_str(), flag, data2.c_str(),
+                                   proxy.get(), clientType, request, data.c_str(), flag, data2.c_str(),
                                    &reply.information, &reply.credentials, nullptr, &reply.error) != FALSE;
     if (request == COREREQ_GET_WIFI_CREDENTIALS) {
         if (!dbusProcessed) {

@@ -3,6 +3,7 @@
 #include <cctype>
 
 #include "CoreEngineLog.h"
+#include "ProxyReference.h"
 
 using vel_core::log;
 
@@ -59,13 +60,15 @@ bool VelComProxyCoreEngine::ImplVelComProxyCoreEngine::sendActionFromCore(CLIENT
                                                                           const std::string& data, const bool& flag,
                                                                           const std::string& data2)
 {
-    if (!mpOwner->checkProxyAvailable()) {
+    // Held across the call: a vanish on the main-loop thread cannot free it.
+    vel_link::ProxyReference proxy(mpOwner->mProxy);
+    if (!mpOwner->checkProxyAvailable() || !proxy) {
         return false;
     }
     log(DLT_LOG_INFO, __func__, "_clientType:", clientType, ", _request:", request, ", _data:", data,
         ", _flag:", flag, ", _data2:", data2);
     // Fire and forget: the service's reply carries nothing the sender waits for.
-    com_qor_vel_communicator_call_action_from_core(mpOwner->mProxy, clientType, request, data.c_str(), flag,
+    com_qor_vel_communicator_call_action_from_core(proxy.get(), clientType, request, data.c_str(), flag,
                                                    data2.c_str(), nullptr, nullptr, nullptr);
     return true;
 }
@@ -77,12 +80,14 @@ bool VelComProxyCoreEngine::ImplVelComProxyCoreEngine::sendInformFromCore(CORE_I
                                                                           TECHNOLOGY_e technology,
                                                                           const std::string& strInfo2, bool boolInfo)
 {
-    if (!mpOwner->checkProxyAvailable()) {
+    // Held across the call: a vanish on the main-loop thread cannot free it.
+    vel_link::ProxyReference proxy(mpOwner->mProxy);
+    if (!mpOwner->checkProxyAvailable() || !proxy) {
         return false;
     }
     log(DLT_LOG_INFO, __func__, "_coreInfo:", coreInfo, ", _request:", request, ", _result:", result,
         ", _strInfo:", strInfo, ", _technology:", technology, ", _strInfo2:", strInfo2, ", _boolInfo:", boolInfo);
-    com_qor_vel_communicator_call_inform_from_core(mpOwner->mProxy, coreInfo, request, result, strInfo.c_str(),
+    com_qor_vel_communicator_call_inform_from_core(proxy.get(), coreInfo, request, result, strInfo.c_str(),
                                                    technology, strInfo2.c_str(), boolInfo, nullptr, nullptr,
                                                    nullptr);
     return true;

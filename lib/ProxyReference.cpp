@@ -1,0 +1,27 @@
+#include "ProxyReference.h"
+
+namespace vel_link {
+
+std::mutex& linkMutex()
+{
+    // Never destroyed: the main-loop thread outlives static destruction.
+    static std::mutex* mutex = new std::mutex();
+    return *mutex;
+}
+
+ProxyReference::ProxyReference(ComQorVel_communicator* const& slot) : mProxy(nullptr)
+{
+    std::lock_guard<std::mutex> lock(linkMutex());
+    if (slot != nullptr) {
+        mProxy = static_cast<ComQorVel_communicator*>(g_object_ref(slot));
+    }
+}
+
+ProxyReference::~ProxyReference()
+{
+    if (mProxy != nullptr) {
+        g_object_unref(mProxy);
+    }
+}
+
+} // namespace vel_link
