@@ -29,6 +29,10 @@ public:
     // the caller must then keep the state that callback uses.
     bool closeAndDrain(std::chrono::milliseconds timeout);
 
+    // How long a destructor waits for a callback of its object: callbacks are
+    // expected to return quickly, and this runs while the process exits.
+    static constexpr std::chrono::milliseconds kDestructionWait{2000};
+
     class Pass {
     public:
         explicit Pass(DispatchGate* gate) : mGate(gate), mEntered(gate != nullptr && gate->enter()) {}

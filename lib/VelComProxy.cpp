@@ -24,8 +24,6 @@ namespace {
 
 constexpr const char* kServiceBusName = "com.qor.vel_communicator";
 constexpr const char* kServiceObjectPath = "/com/qor/vel_communicator";
-// How long a destructor waits for a bus callback of its object to finish.
-constexpr std::chrono::milliseconds kCallbackDrainTimeout(2000);
 
 // Main-loop threads of destroyed proxies. They are never joined: the thread may
 // be blocked in a bus call and the process is expected to end soon after.
@@ -72,7 +70,7 @@ VelComProxy::~VelComProxy()
 {
     proxyLog(DLT_LOG_INFO, mName, __func__, "destructor");
     DispatchGate* gate = DispatchGate::forOwner(this);
-    if (gate != nullptr && !gate->closeAndDrain(kCallbackDrainTimeout)) {
+    if (gate != nullptr && !gate->closeAndDrain(DispatchGate::kDestructionWait)) {
         // A link callback still runs on this object (e.g. a presence check at
         // exit): everything it uses is kept rather than freed under it.
         proxyLog(DLT_LOG_WARN, mName, __func__, "@@@ WARN. A callback is still running. Keep its state!");

@@ -1,11 +1,78 @@
 #include "DeviceRecordBuffer.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <vector>
 
 namespace {
 
 constexpr std::size_t kPageSize = 4096;
+
+constexpr std::size_t roundedToPages(std::size_t bytes)
+{
+    return (bytes + kPageSize - 1) / kPageSize * kPageSize;
+}
+
+// Every buffer of up to one whole list gets room for a whole list, so that any
+// of them can serve the next reading. A page-aligned block of this size is
+// just above malloc's mmap threshold: freeing it would unmap it and the next
+// reading would fault in 31 fresh pages (measured: about 80 us per buffer,
+// twice per known-list delivery). A few freed blocks are therefore kept.
+constexpr std::size_t kWholeListBytes = roundedToPages(VEL_DEVICE_LIST_BYTES);
+// One reading holds two at once: the read buffer and the valid records.
+constexpr std::size_t kKeptBlocks = 2;
+
+struct BlockPool {
+    std::mutex mutex;
+    std::vector<void*> kept;
+    std::vector<void*> handedOut;
+};
+
+BlockPool& pool()
+{
+    // Never destroyed: facades free their buffers from static destructors.
+    static BlockPool* blocks = new BlockPool();
+    return *blocks;
+}
+
+void* takeWholeListBlock()
+{
+    BlockPool& blocks = pool();
+    void* memory = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(blocks.mutex);
+        if (!blocks.kept.empty()) {
+            memory = blocks.kept.back();
+            blocks.kept.pop_back();
+        }
+    }
+    if (memory == nullptr && posix_memalign(&memory, kPageSize, kWholeListBytes) != 0) {
+        return nullptr;
+    }
+    std::lock_guard<std::mutex> lock(blocks.mutex);
+    blocks.handedOut.push_back(memory);
+    return memory;
+}
+
+// False when the block did not come from takeWholeListBlock().
+bool returnWholeListBlock(void* memory)
+{
+    BlockPool& blocks = pool();
+    std::lock_guard<std::mutex> lock(blocks.mutex);
+    const auto found = std::find(blocks.handedOut.begin(), blocks.handedOut.end(), memory);
+    if (found == blocks.handedOut.end()) {
+        return false;
+    }
+    blocks.handedOut.erase(found);
+    if (blocks.kept.size() < kKeptBlocks) {
+        blocks.kept.push_back(memory);
+    } else {
+        std::free(memory);
+    }
+    return true;
+}
 
 } // namespace
 
@@ -14,9 +81,14 @@ DEVICE* allocateDeviceRecords(std::size_t bytes)
     if (bytes == 0) {
         return nullptr;
     }
-    const std::size_t rounded = (bytes + kPageSize - 1) / kPageSize * kPageSize;
+    const std::size_t rounded = roundedToPages(bytes);
     void* memory = nullptr;
-    if (posix_memalign(&memory, kPageSize, rounded) != 0) {
+    if (rounded <= kWholeListBytes) {
+        memory = takeWholeListBlock();
+    } else if (posix_memalign(&memory, kPageSize, rounded) != 0) {
+        memory = nullptr;
+    }
+    if (memory == nullptr) {
         return nullptr;
     }
     std::memset(memory, 0, rounded);
@@ -25,7 +97,9 @@ DEVICE* allocateDeviceRecords(std::size_t bytes)
 
 void freeDeviceRecords(DEVICE*& records)
 {
-    std::free(records);
+    if (records != nullptr && !returnWholeListBlock(records)) {
+        std::free(records);
+    }
     records = nullptr;
 }
 

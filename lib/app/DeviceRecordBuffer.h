@@ -6,7 +6,9 @@
 
 // Zeroed buffers for DEVICE records read out of the device store. They are
 // page-aligned so that the copy out of the mapping stays on memcpy's fast
-// path; the length is rounded up to whole pages.
+// path; the length is rounded up to whole pages. Freed buffers of up to a
+// whole list may be kept for the next reading instead of going back to the
+// system.
 DEVICE* allocateDeviceRecords(std::size_t bytes);
 void freeDeviceRecords(DEVICE*& records);
 

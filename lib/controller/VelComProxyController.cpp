@@ -1,5 +1,6 @@
 #include "vel/VelComProxyController.h"
 
+#include "DispatchGate.h"
 #include "ProxyReference.h"
 #include "log_contexts.h"
 #include "vel/OrnaLogWrapper.h"
@@ -46,6 +47,11 @@ VelComProxyController::VelComProxyController(const std::string& clientName)
 VelComProxyController::~VelComProxyController()
 {
     mImpl->log(DLT_LOG_INFO, __func__, "destructor");
+    // A link callback on the main-loop thread may still be in subscribe().
+    DispatchGate* gate = DispatchGate::forOwner(static_cast<VelComProxy*>(this));
+    if (gate != nullptr && !gate->closeAndDrain(DispatchGate::kDestructionWait)) {
+        return;
+    }
     delete mImpl;
 }
 

@@ -82,7 +82,7 @@ VelComProxyCoreEngine::~VelComProxyCoreEngine()
     // The subscriptions stay and the main-loop thread runs on: wait for a
     // signal being dispatched to this facade and turn away the later ones.
     DispatchGate* gate = DispatchGate::forOwner(static_cast<VelComProxy*>(this));
-    if (gate != nullptr && !gate->closeAndDrain(std::chrono::milliseconds(2000))) {
+    if (gate != nullptr && !gate->closeAndDrain(DispatchGate::kDestructionWait)) {
         return;
     }
     delete mImpl;

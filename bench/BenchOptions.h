@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+
+namespace velbench {
+
+// Sizes of one run. A smoke run (CI) does one iteration of everything with
+// tiny samples: it proves the benchmarks work, not how fast anything is.
+struct BenchOptions {
+    bool smoke = false;
+    std::string outDir = "build/bench";
+    std::string childPath;
+    std::string stderrLogPath;
+
+    int microSamples = 20000;
+    int syncPairs = 6000;
+    int corePairs = 4000;
+    int asyncRounds = 24;
+    int asyncCalls = 1500;
+    int signalRounds = 6;
+    int drainCount = 5000;
+    int latencySessions = 4;
+    int calibrationSessions = 2;
+    int latencyCount = 1000;
+    int latencyRate = 1000;
+    int noticeCount = 500;
+    int noticeRate = 500;
+    int readyRuns = 15;
+    int memoryPairs = 3;
+    int idleSeconds = 10;
+    int stderrBatches = 5000;
+
+    static BenchOptions smokeRun();
+};
+
+const BenchOptions& options();
+void setOptions(const BenchOptions& chosen);
+
+} // namespace velbench

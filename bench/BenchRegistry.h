@@ -1,0 +1,12 @@
+#pragma once
+
+namespace velbench {
+
+// Registers the benchmarks of one file with Google Benchmark, sized by
+// options(). Registration order is run order.
+void registerMicroBenchmarks();
+void registerProcessBenchmarks();
+void registerLatencyBenchmarks();
+void registerRequestBenchmarks();
+
+} // namespace velbench

@@ -1,0 +1,73 @@
+#include "ProcStatus.h"
+
+#include <dirent.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+
+namespace velbench {
+
+namespace {
+
+std::uint64_t switchesOf(const std::string& statusPath)
+{
+    std::ifstream status(statusPath);
+    std::string line;
+    std::uint64_t total = 0;
+    while (std::getline(status, line)) {
+        if (line.rfind("voluntary_ctxt_switches:", 0) == 0 || line.rfind("nonvoluntary_ctxt_switches:", 0) == 0) {
+            total += std::strtoull(line.c_str() + line.find(':') + 1, nullptr, 10);
+        }
+    }
+    return total;
+}
+
+} // namespace
+
+long statusKiB(const char* field)
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    const std::string prefix = std::string(field) + ":";
+    while (std::getline(status, line)) {
+        if (line.rfind(prefix, 0) == 0) {
+            return std::strtol(line.c_str() + prefix.size(), nullptr, 10);
+        }
+    }
+    return -1;
+}
+
+std::map<int, std::uint64_t> contextSwitchesOfOtherThreads()
+{
+    std::map<int, std::uint64_t> switches;
+    const int self = static_cast<int>(syscall(SYS_gettid));
+    DIR* tasks = opendir("/proc/self/task");
+    if (tasks == nullptr) {
+        return switches;
+    }
+    while (struct dirent* entry = readdir(tasks)) {
+        if (entry->d_name[0] < '0' || entry->d_name[0] > '9') {
+            continue;
+        }
+        const int tid = std::atoi(entry->d_name);
+        if (tid == self) {
+            continue;
+        }
+        switches[tid] = switchesOf(std::string("/proc/self/task/") + entry->d_name + "/status");
+    }
+    closedir(tasks);
+    return switches;
+}
+
+std::string threadName(int tid)
+{
+    std::ifstream comm("/proc/self/task/" + std::to_string(tid) + "/comm");
+    std::string name;
+    std::getline(comm, name);
+    return name;
+}
+
+} // namespace velbench

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace velbench {
+
+// A field of /proc/self/status in kB (VmRSS, RssAnon, RssFile...); -1 if absent.
+long statusKiB(const char* field);
+
+// voluntary + nonvoluntary context switches of every thread of this process
+// except the calling one, by thread id.
+std::map<int, std::uint64_t> contextSwitchesOfOtherThreads();
+
+// The name of a thread of this process (/proc/self/task/<tid>/comm).
+std::string threadName(int tid);
+
+} // namespace velbench
