@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "ChildProcess.h"
-#include "ConfiguredBus.h"
+#include "PrivateBus.h"
 #include "SoakRig.h"
 #include "WaitUntil.h"
 
@@ -57,7 +57,7 @@ protected:
         return veltest::waitUntil([&] { return mService.log().countContaining(line) >= times; }, 30s);
     }
 
-    reltest::ConfiguredBus mBus{VEL_POLICY_BUS_CONFIG};
+    veltest::PrivateBus mBus{VEL_POLICY_BUS_CONFIG};
     soak::BusConnectionSource mConnection = [this] { return mBus.testConnection(); };
     soak::Service mService{mConnection};
     soak::SoakRig mRig{mConnection};

@@ -10,6 +10,8 @@
 
 namespace veltest {
 
+PrivateBus::PrivateBus() : mConfigPath(VEL_TEST_BUS_CONFIG) {}
+
 PrivateBus::~PrivateBus()
 {
     stop();
@@ -19,7 +21,7 @@ bool PrivateBus::start()
 {
     const std::string addressFile = mDir.file("bus-address");
     if (!mDaemon.start({"/usr/bin/dbus-daemon", "--nofork", "--nopidfile", "--print-address=1",
-                        std::string("--config-file=") + VEL_TEST_BUS_CONFIG},
+                        "--config-file=" + mConfigPath},
                        addressFile)) {
         return false;
     }

@@ -13,7 +13,9 @@ namespace veltest {
 // library's system-bus connections land here and never on the machine's bus.
 class PrivateBus {
 public:
-    PrivateBus() = default;
+    // The permissive test configuration, or another one (e.g. a shipped policy).
+    PrivateBus();
+    explicit PrivateBus(std::string configPath) : mConfigPath(std::move(configPath)) {}
     ~PrivateBus();
 
     bool start();
@@ -29,6 +31,7 @@ public:
     bool nameHasOwner(const std::string& name);
 
 private:
+    std::string mConfigPath;
     ChildProcess mDaemon;
     TempDir mDir;
     std::string mAddress;
