@@ -25,6 +25,7 @@ BenchOptions BenchOptions::smokeRun()
     smoke.memoryPairs = 1;
     smoke.idleSeconds = 1;
     smoke.stderrBatches = 10;
+    smoke.dltBatches = 10;
     return smoke;
 }
 

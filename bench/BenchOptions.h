@@ -11,6 +11,7 @@ struct BenchOptions {
     std::string outDir = "build/bench";
     std::string childPath;
     std::string stderrLogPath;
+    std::string dltLogPath;
 
     int microSamples = 20000;
     int syncPairs = 6000;
@@ -29,6 +30,7 @@ struct BenchOptions {
     int memoryPairs = 3;
     int idleSeconds = 10;
     int stderrBatches = 5000;
+    int dltBatches = 5000;
 
     static BenchOptions smokeRun();
 };

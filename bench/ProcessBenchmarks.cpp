@@ -53,6 +53,22 @@ void logLineStderrSink(benchmark::State& state)
     state.counters["ns_per_line"] = result.values["ns_per_line"];
 }
 
+// libvel-dlt as the sink, with a private daemon: a line DLT's level
+// suppresses before it is built, and a line sent to the daemon.
+void logLineDltSink(benchmark::State& state)
+{
+    ChildResult result;
+    for (auto _ : state) {
+        if (!runFigureChild(state, {options().dltLogPath, std::to_string(options().dltBatches)}, result, true)) {
+            return;
+        }
+    }
+    for (const char* key : {"suppressed_ns", "suppressed_p99_ns", "emitted_ns", "emitted_p99_ns", "with_daemon"}) {
+        Results::instance().set(std::string("log.dlt_") + key, result.values[key]);
+        state.counters[key] = result.values[key];
+    }
+}
+
 void timeToReady(benchmark::State& state)
 {
     std::vector<double> readyMs;
@@ -215,6 +231,7 @@ void signalDrain(benchmark::State& state)
 void registerProcessBenchmarks()
 {
     benchmark::RegisterBenchmark("log_line_stderr_sink", logLineStderrSink)->Iterations(1)->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark("log_line_dlt_sink", logLineDltSink)->Iterations(1)->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark("time_to_ready", timeToReady)->Iterations(1)->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark("memory", memory)->Iterations(1)->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark("idle_cost", idleCost)->Iterations(1)->Unit(benchmark::kMillisecond);

@@ -147,6 +147,12 @@ std::vector<Row> targetRows(bool smoke)
                     "snprintf of the same text: " + figure("log.snprintf_ns", 0) + " ns",
                     figure("log.null_ns", 0) + " ns per line", "≤ 1 µs per line",
                     verdictFor(smoke, {{"log.null_ns", 1000.0}}, Bound::AtMost)});
+    rows.push_back({"log line suppressed by DLT's level: `orna::log`, five pieces, libvel-dlt",
+                    figure("log.dlt_suppressed_ns", 1) + " ns (p99 " + figure("log.dlt_suppressed_p99_ns", 1) + " ns)",
+                    "the same line sent to the daemon: " + figure("log.dlt_emitted_ns", 0) + " ns (p99 " +
+                        figure("log.dlt_emitted_p99_ns", 0) + " ns)",
+                    figure("log.dlt_suppressed_ns", 1) + " ns per line", "≤ 20 ns per line",
+                    verdictFor(smoke, {{"log.dlt_suppressed_ns", 20.0}}, Bound::AtMost)});
     rows.push_back({"memory: RSS after ready", figure("memory.lib_rss_kib", 0) + " KiB",
                     "GDBus connection and proxy only: " + figure("memory.raw_rss_kib", 0) + " KiB",
                     "+" + number(r.get("memory.delta_kib") / 1024.0, 2) + " MiB", "≤ 2 MiB",

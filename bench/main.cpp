@@ -73,6 +73,7 @@ int main(int argc, char** argv)
     chosen.outDir = outDir;
     chosen.childPath = VEL_BENCH_CHILD_PATH;
     chosen.stderrLogPath = VEL_BENCH_STDERR_LOG_PATH;
+    chosen.dltLogPath = VEL_BENCH_DLT_LOG_PATH;
     velbench::setOptions(chosen);
 
     std::string outFlag = "--benchmark_out=" + outDir + "/results.json";

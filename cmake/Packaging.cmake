@@ -27,3 +27,8 @@ install(FILES ${CMAKE_BINARY_DIR}/libvel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/
 # The service's system-bus policy: who may own its name and send its signals.
 install(FILES ${CMAKE_SOURCE_DIR}/data/dbus-1/system.d/com.qor.vel_communicator.conf
   DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/system.d)
+
+# The service's introspection description, for bindings of other languages and
+# for tools; the C binding is generated from the same file.
+install(FILES ${CMAKE_SOURCE_DIR}/common/interface/com.qor.vel_communicator.xml
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/interfaces)

@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 #include "FuzzSupport.h"
-#include "InspectingCallBacks.h"
+#include "RecordingCallBack.h"
 #include "VariantFromBytes.h"
 #include "vel/VelComProxyApp.h"
 
@@ -17,8 +17,10 @@
 namespace {
 
 VelComProxyApp* gFacade = nullptr;
-velfuzz::InspectingAppCallBack gFirst;
-velfuzz::InspectingAppCallBack gSecond;
+// Recording copies every byte the callbacks are handed, so the sanitizers
+// see all of it.
+veltest::RecordingCallBack gFirst("first");
+veltest::RecordingCallBack gSecond("second");
 
 } // namespace
 
@@ -34,6 +36,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    veltest::RecordingCallBack::clearAll();
     FuzzedDataProvider input(data, size);
     GVariant* parameters = velfuzz::variantFromBytes(input, VEL_FUZZ_TYPE);
     VelComProxyApp::onVelLibraryAppCallBack(nullptr, ":1.7", "/com/qor/vel_communicator", "com.qor.vel_communicator",

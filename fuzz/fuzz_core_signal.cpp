@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "FuzzSupport.h"
-#include "InspectingCallBacks.h"
+#include "RecordingCoreEngineCallback.h"
 #include "VariantFromBytes.h"
 #include "vel/VelComProxyCoreEngine.h"
 
@@ -15,7 +15,9 @@
 namespace {
 
 VelComProxyCoreEngine* gFacade = nullptr;
-velfuzz::InspectingCoreCallBack gCallBack;
+// Recording copies every byte the callback is handed, so the sanitizers see
+// all of it.
+veltest::RecordingCoreEngineCallback gCallBack;
 
 } // namespace
 
@@ -29,6 +31,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    gCallBack.clear();
     FuzzedDataProvider input(data, size);
     GVariant* parameters = velfuzz::variantFromBytes(input, VEL_FUZZ_TYPE);
     VelComProxyCoreEngine::onVelLibraryCoreengineCallBack(nullptr, ":1.7", "/com/qor/vel_communicator",

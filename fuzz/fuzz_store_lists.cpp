@@ -10,15 +10,17 @@
 #include <string>
 
 #include "FuzzSupport.h"
-#include "InspectingCallBacks.h"
+#include "RecordingCallBack.h"
 #include "StoreFixture.h"
 #include "vel/VelComProxyApp.h"
 
 namespace {
 
 VelComProxyApp* gFacade = nullptr;
-velfuzz::InspectingAppCallBack gFirst;
-velfuzz::InspectingAppCallBack gSecond;
+// Recording copies every byte the callbacks are handed, so the sanitizers
+// see all of it.
+veltest::RecordingCallBack gFirst("first");
+veltest::RecordingCallBack gSecond("second");
 
 std::string countText(FuzzedDataProvider& input)
 {
@@ -58,6 +60,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    veltest::RecordingCallBack::clearAll();
     FuzzedDataProvider input(data, size);
     velfuzz::StoreFixture::rewriteKnown(input);
     velfuzz::StoreFixture::rewriteDiscovered(input);

@@ -31,6 +31,10 @@ std::mutex& callbackListMutex()
     return *mutex;
 }
 
+// The last event handed to the callbacks was an appearance (or a recovery
+// timer's expiry, which stands for one). Guarded by callbackListMutex().
+bool gLastEventWasAppearance = false;
+
 } // namespace
 
 ImplVelAgent::ImplVelAgent(const std::string& name)
@@ -47,10 +51,17 @@ VelTimer& ImplVelAgent::timer()
     return *registry;
 }
 
-void ImplVelAgent::addCallback(const std::function<void(bool)>& callback)
+bool ImplVelAgent::addCallback(const std::function<void(bool)>& callback)
 {
     std::lock_guard<std::mutex> lock(callbackListMutex());
     callbackList().push_back(callback);
+    return gLastEventWasAppearance;
+}
+
+void ImplVelAgent::forgetLastEvent()
+{
+    std::lock_guard<std::mutex> lock(callbackListMutex());
+    gLastEventWasAppearance = false;
 }
 
 std::size_t ImplVelAgent::callbackCount()
@@ -65,6 +76,7 @@ void ImplVelAgent::notifyAll(bool appeared)
     std::vector<std::function<void(bool)>> callbacks;
     {
         std::lock_guard<std::mutex> lock(callbackListMutex());
+        gLastEventWasAppearance = appeared;
         callbacks.assign(callbackList().begin(), callbackList().end());
     }
     for (const auto& callback : callbacks) {
@@ -87,6 +99,7 @@ void ImplVelAgent::RegisterMVELService()
     mWatchConnection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
     if (mWatchConnection != nullptr) {
         g_dbus_connection_set_exit_on_close(mWatchConnection, FALSE);
+        g_signal_connect(mWatchConnection, "closed", G_CALLBACK(&ImplVelAgent::onWatchConnectionClosed), nullptr);
     } else {
         // No bus: the watch below reports the name as vanished.
         g_clear_error(&error);
@@ -107,11 +120,31 @@ void ImplVelAgent::UnregisterMVELService()
         g_bus_unwatch_name(mWatcherId);
         mReferenceCnt = 0;
         mWatcherId = 0;
-        g_clear_object(&mWatchConnection);
+        releaseWatchConnection();
+        // The next watch reports the name afresh; until then nobody has seen it.
+        forgetLastEvent();
     } else {
         // Unbalanced releases push the count below zero; nothing else happens.
         --mReferenceCnt;
     }
+}
+
+void ImplVelAgent::releaseWatchConnection()
+{
+    std::lock_guard<std::mutex> lock(mWatchMutex);
+    if (mWatchConnection != nullptr) {
+        g_signal_handlers_disconnect_by_func(mWatchConnection,
+                                             reinterpret_cast<gpointer>(&ImplVelAgent::onWatchConnectionClosed), nullptr);
+        g_clear_object(&mWatchConnection);
+    }
+}
+
+void ImplVelAgent::onWatchConnectionClosed(GDBusConnection*, gboolean, GError*, gpointer)
+{
+    // The watch has let go of the closed connection by now. Holding on to it
+    // would make GLib hand out this dead connection instead of a new one to
+    // a bus that comes back.
+    releaseWatchConnection();
 }
 
 void ImplVelAgent::OnDBusNameAppeared(GDBusConnection* connection, const gchar* name, const gchar* nameOwner,

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "vel/VelTypes.h"
@@ -28,4 +29,7 @@ public:
     VelComProxy* mOwner;
     VelCallBackAgent* mCallBackAgent;
     bool mLazyInitialized;
+    // Held for the whole of agentCallback; recursive because a callback may
+    // initialise its facade again from inside onRcvMVELReady.
+    std::recursive_mutex mAgentCallbackMutex;
 };

@@ -14,7 +14,7 @@ VelAgent::VelAgent(std::function<void(bool)> callback)
 {
     try {
         mImpl = new ImplVelAgent(kWatchedName);
-        ImplVelAgent::addCallback(callback);
+        mImpl->mJoinedAfterAppearance = ImplVelAgent::addCallback(callback);
         orna::OrnaLogWrapper::instance(true)->registerContext(VELSIGNAL, "LIBR", "vel_agent_recovery");
         orna::log(&VELSIGNAL, DLT_LOG_INFO, "[VelAgent] constructor");
         // The recovery timer's signal handler must not run library code; the
@@ -35,6 +35,11 @@ VelAgent::~VelAgent()
     orna::OrnaLogWrapper::instance(true)->unregisterContext(VELSIGNAL);
     // The callback stays in the process-wide list: entries are never removed.
     delete mImpl;
+}
+
+bool VelAgent::joinedAfterAppearance() const
+{
+    return mImpl->mJoinedAfterAppearance;
 }
 
 void VelAgent::timeOutCallback(int signum)

@@ -35,6 +35,14 @@ void abandonThread(std::thread* thread)
     abandoned->push_back(thread);
 }
 
+// The private parts of proxies destroyed while one of their callbacks still
+// ran: that callback goes on using them, so they are kept, and kept reachable.
+void keepState(ImplVelComProxy* impl)
+{
+    static auto* kept = new std::vector<ImplVelComProxy*>();
+    kept->push_back(impl);
+}
+
 } // namespace
 
 VelComProxy::VelComProxy(const CLIENT_TYPE_e& clientType, const std::string& clientName,
@@ -76,6 +84,7 @@ VelComProxy::~VelComProxy()
         proxyLog(DLT_LOG_WARN, mName, __func__, "@@@ WARN. A callback is still running. Keep its state!");
         abandonThread(mThread);
         mThread = nullptr;
+        keepState(mImpl);
         return;
     }
     g_clear_object(&mProxy);
@@ -141,12 +150,17 @@ bool VelComProxy::checkProxyAvailable()
 
 bool VelComProxy::prepareToCommunicateWithStub()
 {
-    // Whether an earlier proxy has seen the name, read before this proxy's own
-    // watch can report it: otherwise the appearance would be handled twice,
-    // once here and once on the main-loop thread, at the same time.
-    const bool seenByEarlierProxy = __atomic_load_n(&mIsAppearedMVELService, __ATOMIC_SEQ_CST);
     try {
-        mImpl->mAgent = std::make_shared<VelAgent>([this](bool appeared) { agentCallback(appeared); });
+        // The watch keeps calling the callbacks of destroyed proxies. Each
+        // one carries the gate of its own proxy, so that it never reaches a
+        // later proxy built at the same address.
+        DispatchGate* gate = DispatchGate::forOwner(this);
+        mImpl->mAgent = std::make_shared<VelAgent>([this, gate](bool appeared) {
+            DispatchGate::Pass pass(gate);
+            if (pass) {
+                agentCallback(appeared);
+            }
+        });
     } catch (const std::exception&) {
         mImpl->mAgent.reset();
     }
@@ -155,9 +169,11 @@ bool VelComProxy::prepareToCommunicateWithStub()
         return false;
     }
     proxyLog(DLT_LOG_INFO, mName, __func__, "Watching mvel service");
-    // A name seen by an earlier proxy produces no new appearance event for this
-    // one, so it connects now.
-    if (seenByEarlierProxy) {
+    // A name already handed to the earlier proxies produces no new appearance
+    // event for this one, so it connects now. The agent decides this together
+    // with joining the watch's list; reading the class-wide flag instead would
+    // miss an appearance that the main-loop thread is handing out right now.
+    if (mImpl->mAgent->joinedAfterAppearance()) {
         agentCallback(true);
     }
     return true;
@@ -170,6 +186,10 @@ void VelComProxy::agentCallback(bool appeared)
     if (!pass) {
         return;
     }
+    // One event at a time per proxy: a connection made on the thread that
+    // called doInitialize() may still be under way when the main-loop thread
+    // brings the next event.
+    std::lock_guard<std::recursive_mutex> serial(mImpl->mAgentCallbackMutex);
     proxyLog(DLT_LOG_INFO, mName, __func__, "agentCallback is executed for recovery. Appeared : ", appeared);
     if (!appeared) {
         proxyLog(DLT_LOG_INFO, mName, __func__, "D-Bus service name is vanished.");

@@ -1,5 +1,7 @@
 #include "vel/OrnaLogWrapper.h"
 
+#include "log_backend.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -78,7 +80,7 @@ void OrnaLogWrapper::enableNoDLTDebug(bool enable)
 
 void OrnaLogWrapper::emitOwnLine_l(DltLogLevelType level, const std::string& text)
 {
-    if (__atomic_load_n(&mNoDLT, __ATOMIC_RELAXED)) {
+    if (__atomic_load_n(&mNoDLT, __ATOMIC_RELAXED) && isLogLevelEnabled(nullptr, level)) {
         deliver(level, kOwnTag + text);
     }
 }
@@ -143,9 +145,10 @@ bool OrnaLogWrapper::unregisterContext_l(DltContext&)
     return true;
 }
 
-void OrnaLogWrapper::init(DltLogLevelType level, DltContext*)
+void OrnaLogWrapper::init(DltLogLevelType level, DltContext* context)
 {
     mMutex.lock();
+    setCurrentLogContext(context);
     if (__atomic_load_n(&mNoDLT, __ATOMIC_RELAXED)) {
         mLevel = level;
     }
@@ -185,6 +188,7 @@ void OrnaLogWrapper::send()
     }
     mStream.str(std::string());
     mStream.clear();
+    setCurrentLogContext(nullptr);
     mMutex.unlock();
 }
 

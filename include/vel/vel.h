@@ -1,8 +1,9 @@
 #pragma once
 
-// Everything a libvel client needs: the facades, their callback interfaces,
-// the shared vocabulary, logging, timers, the device store and the generated
-// bus binding.
+/// @file
+/// Everything a libvel client needs: the facades, their callback interfaces,
+/// the shared vocabulary, logging, timers, the device store and the generated
+/// bus binding.
 
 #include "vel/mvel_interface.h"
 #include "vel/OrnaLogWrapper.h"

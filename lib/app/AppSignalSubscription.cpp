@@ -21,19 +21,13 @@ const SignalSlot kAppSignals[] = {
 
 bool VelComProxyApp::ImplVelComProxyApp::subscribeSignals_l(GDBusConnection* _connection)
 {
-    if (_connection == nullptr) {
-        VEL_APP_LOG(DLT_LOG_ERROR, mName, "@@@ ERR. Connection is null!");
-        return false;
-    }
     // After the bus came back on a new connection the old ids are
     // meaningless: drop them so that everything is subscribed again.
-    if (mpSubscribedConnection != nullptr && mpSubscribedConnection != _connection) {
+    if (hasSubscriptions_l() && !mSubscribedConnection.is(_connection)) {
         VEL_APP_LOG(DLT_LOG_INFO, mName, "The connection changed. Subscribe again.");
         unsubscribeSignals_l();
     }
-    if (mpSubscribedConnection == nullptr) {
-        mpSubscribedConnection = G_DBUS_CONNECTION(g_object_ref(_connection));
-    }
+    mSubscribedConnection.set(_connection);
     for (const SignalSlot& slot : kAppSignals) {
         guint& id = this->*(slot.id);
         if (id != 0) {
@@ -49,16 +43,25 @@ bool VelComProxyApp::ImplVelComProxyApp::subscribeSignals_l(GDBusConnection* _co
 
 void VelComProxyApp::ImplVelComProxyApp::unsubscribeSignals_l()
 {
+    GDBusConnection* subscribed = mSubscribedConnection.get();
     for (const SignalSlot& slot : kAppSignals) {
         guint& id = this->*(slot.id);
-        if (id != 0 && mpSubscribedConnection != nullptr) {
-            g_dbus_connection_signal_unsubscribe(mpSubscribedConnection, id);
+        if (id != 0 && subscribed != nullptr) {
+            g_dbus_connection_signal_unsubscribe(subscribed, id);
             VEL_APP_LOG(DLT_LOG_INFO, mName, "unsubscribed:", slot.name, ", id:", id);
         }
         id = 0;
     }
-    if (mpSubscribedConnection != nullptr) {
-        g_object_unref(mpSubscribedConnection);
-        mpSubscribedConnection = nullptr;
+    g_clear_object(&subscribed);
+    mSubscribedConnection.set(nullptr);
+}
+
+bool VelComProxyApp::ImplVelComProxyApp::hasSubscriptions_l() const
+{
+    for (const SignalSlot& slot : kAppSignals) {
+        if (this->*(slot.id) != 0) {
+            return true;
+        }
     }
+    return false;
 }

@@ -17,7 +17,6 @@ VelComProxyApp::ImplVelComProxyApp::ImplVelComProxyApp(VelComProxyApp* owner, co
       mCheckFuncOpModeDoneId(0),
       mNoticeToAppId(0),
       mNoticeTechActiveInfoId(0),
-      mpSubscribedConnection(nullptr),
       mpDeviceArray(nullptr),
       mpValidKnownDeviceArray(nullptr),
       mValidKnownDeviceCount(0),
@@ -30,10 +29,6 @@ VelComProxyApp::ImplVelComProxyApp::~ImplVelComProxyApp()
 {
     // The facade lives until the process exits; the signals stay subscribed
     // (see doRelease), only our reference to their connection goes.
-    if (mpSubscribedConnection != nullptr) {
-        g_object_unref(mpSubscribedConnection);
-        mpSubscribedConnection = nullptr;
-    }
     delete mpVellShm;
     mpVellShm = nullptr;
     freeDeviceRecords(mpDeviceArray);

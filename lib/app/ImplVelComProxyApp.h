@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "SubscribedConnection.h"
 #include "vel/VelComProxyApp.h"
 #include "vel/VelTypes.h"
 
@@ -36,9 +37,10 @@ public:
     // Tells the service which device list the callbacks have just been given.
     bool responseUpdate_l(DEVICE_LIST_TYPE _listType);
 
-    // Subscriptions on the base's connection.
+    // Subscriptions on the base's connection, which must not be null.
     bool subscribeSignals_l(GDBusConnection* _connection);
     void unsubscribeSignals_l();
+    bool hasSubscriptions_l() const;
 
     // Signal dispatch to every registered callback, in list order.
     bool receiveAppRequestDone(const APP_REQUEST_e& _appRequest, const ORNA_RESULT_e& _result,
@@ -71,10 +73,9 @@ public:
     guint mCheckFuncOpModeDoneId;
     guint mNoticeToAppId;
     guint mNoticeTechActiveInfoId;
-    // The connection the ids above belong to (one reference held), so that
-    // they can be dropped there and renewed when the service comes back on
-    // another connection.
-    GDBusConnection* mpSubscribedConnection;
+    // The connection the ids above belong to, so that they can be dropped
+    // there and renewed when the service comes back on another connection.
+    SubscribedConnection mSubscribedConnection;
 
     // Raw read buffer, alive only during one read.
     DEVICE* mpDeviceArray;

@@ -7,6 +7,7 @@
 #include "AppLog.h"
 #include "DispatchGate.h"
 #include "ImplVelComProxyApp.h"
+#include "shm/VelLibShmRelease.h"
 #include "vel/VelCallBackApp.h"
 #include "vel/VelLibShm.h"
 
@@ -138,17 +139,21 @@ bool VelComProxyApp::doRelease()
 
 bool VelComProxyApp::subscribe()
 {
+    if (mConnection == nullptr) {
+        VEL_APP_LOG(DLT_LOG_ERROR, mName, "@@@ ERR. Connection is null!");
+        return false;
+    }
     return mImpl->subscribeSignals_l(mConnection);
 }
 
 bool VelComProxyApp::lazyInitialize()
 {
-    // A reader that failed to map the store is kept and asked again on the
-    // next appearance of the service: destroying it would unlink the
-    // service's semaphore.
-    if (mImpl->mpVellShm == nullptr) {
-        mImpl->mpVellShm = new (std::nothrow) VelLibShm();
-    }
+    // Every attempt gets a reader of its own: one made while the service had
+    // no store never opens the semaphore that the service creates later. The
+    // earlier reader goes without removing the service's names, which its
+    // destructor would do.
+    VelLibShmRelease::releaseKeepingNames(mImpl->mpVellShm);
+    mImpl->mpVellShm = new (std::nothrow) VelLibShm();
     if (mImpl->mpVellShm == nullptr) {
         VEL_APP_LOG(DLT_LOG_ERROR, mName, "@@@ ERR. mpVellShm is NULL! Return!");
         return false;

@@ -40,8 +40,7 @@ VelComProxyCoreEngine::ImplVelComProxyCoreEngine::ImplVelComProxyCoreEngine(VelC
       mCheckCapabilitySubscriptionId(0),
       mCoreRequestDoneSubscriptionId(0),
       mNoticeToCoreLinkLossSubscriptionId(0),
-      mNoticeToCoreSubscriptionId(0),
-      mpSubscribedConnection(nullptr)
+      mNoticeToCoreSubscriptionId(0)
 {
 }
 
@@ -49,10 +48,6 @@ VelComProxyCoreEngine::ImplVelComProxyCoreEngine::~ImplVelComProxyCoreEngine()
 {
     // The subscriptions themselves stay with the connection; only our hold on
     // it is given back.
-    if (mpSubscribedConnection != nullptr) {
-        g_object_unref(mpSubscribedConnection);
-        mpSubscribedConnection = nullptr;
-    }
 }
 
 bool VelComProxyCoreEngine::ImplVelComProxyCoreEngine::sendActionFromCore(CLIENT_TYPE_e clientType,
@@ -124,7 +119,7 @@ std::string VelComProxyCoreEngine::ImplVelComProxyCoreEngine::filterFriendlyName
 
 bool VelComProxyCoreEngine::ImplVelComProxyCoreEngine::subscribe_l(GDBusConnection* connection)
 {
-    if (connection == mpSubscribedConnection) {
+    if (mSubscribedConnection.is(connection)) {
         // A reconnection on the connection we already listen on: subscribing
         // again would deliver every signal twice.
         log(DLT_LOG_INFO, __func__, "Already subscribed on this connection");
@@ -137,7 +132,7 @@ bool VelComProxyCoreEngine::ImplVelComProxyCoreEngine::subscribe_l(GDBusConnecti
     mCoreRequestDoneSubscriptionId = subscribeOne(connection, kCoreRequestDone, mpOwner);
     mNoticeToCoreLinkLossSubscriptionId = subscribeOne(connection, kNoticeToCoreLinkLoss, mpOwner);
     mNoticeToCoreSubscriptionId = subscribeOne(connection, kNoticeToCore, mpOwner);
-    mpSubscribedConnection = G_DBUS_CONNECTION(g_object_ref(connection));
+    mSubscribedConnection.set(connection);
     log(DLT_LOG_INFO, __func__, "subscription ids:", mActionToCoreSubscriptionId, ",",
         mActionToCoreWirelessSubscriptionId, ",", mCheckCapabilitySubscriptionId, ",", mCoreRequestDoneSubscriptionId,
         ",", mNoticeToCoreLinkLossSubscriptionId, ",", mNoticeToCoreSubscriptionId);
@@ -146,19 +141,17 @@ bool VelComProxyCoreEngine::ImplVelComProxyCoreEngine::subscribe_l(GDBusConnecti
 
 void VelComProxyCoreEngine::ImplVelComProxyCoreEngine::unsubscribe_l()
 {
-    if (mpSubscribedConnection == nullptr) {
-        return;
-    }
     // The old connection was replaced (the bus went away and came back): its
     // subscriptions would never fire again, so they are dropped with it.
+    GDBusConnection* subscribed = mSubscribedConnection.get();
     for (unsigned int* id : {&mActionToCoreSubscriptionId, &mActionToCoreWirelessSubscriptionId,
                              &mCheckCapabilitySubscriptionId, &mCoreRequestDoneSubscriptionId,
                              &mNoticeToCoreLinkLossSubscriptionId, &mNoticeToCoreSubscriptionId}) {
-        if (*id != 0) {
-            g_dbus_connection_signal_unsubscribe(mpSubscribedConnection, *id);
-            *id = 0;
+        if (*id != 0 && subscribed != nullptr) {
+            g_dbus_connection_signal_unsubscribe(subscribed, *id);
         }
+        *id = 0;
     }
-    g_object_unref(mpSubscribedConnection);
-    mpSubscribedConnection = nullptr;
+    g_clear_object(&subscribed);
+    mSubscribedConnection.set(nullptr);
 }

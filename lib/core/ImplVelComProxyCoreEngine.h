@@ -2,6 +2,8 @@
 
 #include <gio/gio.h>
 
+#include "SubscribedConnection.h"
+
 #include <list>
 #include <string>
 
@@ -67,5 +69,5 @@ private:
     // The connection the ids above belong to, held so that a reconnection on
     // the same connection does not subscribe twice and one on a new connection
     // can drop the old subscriptions.
-    GDBusConnection* mpSubscribedConnection;
+    SubscribedConnection mSubscribedConnection;
 };

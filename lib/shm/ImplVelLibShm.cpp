@@ -1,5 +1,10 @@
 #include "ImplVelLibShm.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+
 #include "LibShmLog.h"
 #include "vel/VelTypes.h"
 
@@ -9,7 +14,8 @@ ImplVelLibShm::ImplVelLibShm()
     // The known list is a file path, the discovered list a shared-memory object
     // name; hence one starts with the store directory and the other with "/".
     : mStoreDirectory("/data/qor/vel/"), mKnownDevicesName(mStoreDirectory + "vel.known_devices"),
-      mDiscoveredDevicesName("/vel.discovered_devices"), mpSHM(nullptr), mpSemaphore(new VelLibShmSemaphore(this))
+      mDiscoveredDevicesName("/vel.discovered_devices"), mpSHM(nullptr), mpSemaphore(new VelLibShmSemaphore(this)),
+      mKeepsNames(false)
 {
 }
 
@@ -64,4 +70,35 @@ DevShmInfo* ImplVelLibShm::selectDescriptor(unsigned _listType)
     default:
         return nullptr;
     }
+}
+
+namespace {
+
+void releaseDescriptor(DevShmInfo& _info)
+{
+    if (_info.address != nullptr && _info.resized_size > 0 && munmap(_info.address, _info.resized_size) != 0) {
+        const int err = errno;
+        logLine(DLT_LOG_ERROR, " @@@ ERR. munmap() of ", _info.name, " failed! (errno:", err, ")");
+    }
+    _info.address = nullptr;
+    // Descriptor 0 is never taken for a store (see shmComposeDeviceInfoOnBoot).
+    if (_info.fd > 0 && close(_info.fd) != 0) {
+        const int err = errno;
+        logLine(DLT_LOG_ERROR, " @@@ ERR. close() of ", _info.name, " failed! (errno:", err, ")");
+    }
+    _info.fd = -1;
+}
+
+} // namespace
+
+void ImplVelLibShm::releaseKeepingNames()
+{
+    logLine(DLT_LOG_INFO, " Reader released; the service's semaphore and lists are kept");
+    if (mpSemaphore->mpVellSema != nullptr && sem_close(mpSemaphore->mpVellSema) < 0) {
+        const int err = errno;
+        logLine(DLT_LOG_ERROR, " @@@ ERR. sem_close() failed! (errno:", err, ")");
+    }
+    mpSemaphore->mpVellSema = nullptr;
+    releaseDescriptor(mVellShmKnownDevInfo);
+    releaseDescriptor(mVellShmDiscoveredDevInfo);
 }

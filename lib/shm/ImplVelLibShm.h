@@ -13,6 +13,9 @@ public:
     void fillDescriptors();
     bool prepareForShm_l();
     DevShmInfo* selectDescriptor(unsigned _listType);
+    // Closes the semaphore handle, the mappings and the descriptors this
+    // reader holds, and removes no name.
+    void releaseKeepingNames();
 
     const std::string mStoreDirectory;
     const std::string mKnownDevicesName;
@@ -21,4 +24,6 @@ public:
     DevShmInfo mVellShmKnownDevInfo;
     DevShmInfo mVellShmDiscoveredDevInfo;
     VelLibShmSemaphore* mpSemaphore;
+    // Set when the reader is let go while the service may own the names.
+    bool mKeepsNames;
 };

@@ -27,20 +27,11 @@ bool copyFitsStore(VelSharedMemory& _shm, DevShmInfo& _info, size_t _size)
     return true;
 }
 
-} // namespace
-
-VelLibShm::VelLibShm() : mpImpl(new ImplVelLibShm())
+// A reader's ordinary end: it removes the semaphore's and the discovered
+// list's names even though the service created them.
+void closeAndRemoveNames(ImplVelLibShm& impl)
 {
-    orna::OrnaLogWrapper::instance(true)->registerContext(VELLIBSHM, "LIBS", "vel_library_semaphore");
-    logLine(DLT_LOG_INFO, " VelLibShm() constructor");
-    mpImpl->mpSemaphore->open();
-}
-
-VelLibShm::~VelLibShm()
-{
-    logLine(DLT_LOG_INFO, " ~VelLibShm() destructor");
-
-    VelLibShmSemaphore* semaphore = mpImpl->mpSemaphore;
+    VelLibShmSemaphore* semaphore = impl.mpSemaphore;
     // Without a handle there is nothing to close.
     if (semaphore->mpVellSema != nullptr && sem_close(semaphore->mpVellSema) < 0) {
         const int err = errno;
@@ -54,13 +45,33 @@ VelLibShm::~VelLibShm()
         logLine(DLT_LOG_ERROR, " @@@ ERR. sem_unlink() failed! (errno:", err, ")");
     }
 
-    if (mpImpl->mpSHM != nullptr) {
-        if (!mpImpl->mpSHM->shmClose(mpImpl->mVellShmKnownDevInfo)) {
+    if (impl.mpSHM != nullptr) {
+        if (!impl.mpSHM->shmClose(impl.mVellShmKnownDevInfo)) {
             logLine(DLT_LOG_ERROR, " @@@ ERR. (!mShm->shmClose(mVellShmKnownDevInfo)) is true!");
         }
-        if (!mpImpl->mpSHM->shmClose(mpImpl->mVellShmDiscoveredDevInfo)) {
+        if (!impl.mpSHM->shmClose(impl.mVellShmDiscoveredDevInfo)) {
             logLine(DLT_LOG_ERROR, " @@@ ERR. (!mShm->shmClose(mVellShmDiscoveredDevInfo)) is true!");
         }
+    }
+}
+
+} // namespace
+
+VelLibShm::VelLibShm() : mpImpl(new ImplVelLibShm())
+{
+    orna::OrnaLogWrapper::instance(true)->registerContext(VELLIBSHM, "LIBS", "vel_library_semaphore");
+    logLine(DLT_LOG_INFO, " VelLibShm() constructor");
+    mpImpl->mpSemaphore->open();
+}
+
+VelLibShm::~VelLibShm()
+{
+    logLine(DLT_LOG_INFO, " ~VelLibShm() destructor");
+
+    if (mpImpl->mKeepsNames) {
+        mpImpl->releaseKeepingNames();
+    } else {
+        closeAndRemoveNames(*mpImpl);
     }
 
     delete mpImpl->mpSHM;

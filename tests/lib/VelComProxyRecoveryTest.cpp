@@ -34,7 +34,8 @@ TEST_F(AClientProxyWithService, TriesToReconnectOnceTenSecondsAfterAVanishWhenTh
     sim.stop();
     ASSERT_TRUE(LogCapture::waitFor(kTimerSet, std::chrono::seconds(10)));
     const auto armed = std::chrono::steady_clock::now();
-    EXPECT_EQ(countPosixTimers(), 1);
+    // The timer is created just after that line, on the main-loop thread.
+    EXPECT_TRUE(veltest::waitUntil([] { return countPosixTimers() == 1; }));
 
     // The recovery timer runs 10 s.
     ASSERT_TRUE(LogCapture::waitFor(kExpired, std::chrono::seconds(20)));
@@ -65,6 +66,37 @@ TEST_F(AClientProxyWithService, TriesToReconnectOnceTenSecondsAfterAVanishWhenTh
     EXPECT_EQ(LogCapture::count(kExpired), 1u);
 }
 
+TEST_F(AClientProxyWithService, HandsARealTimerExpiryToEachOfTwoProxiesOnce)
+{
+    ASSERT_TRUE(sim.start());
+    TestFacade& application = makeFacade(kAppKind, "client");
+    TestFacade& engine = makeFacade(kCoreKind, "engine");
+    ASSERT_TRUE(application.setSignalNoForRecovery(SIGUSR1));
+    ASSERT_TRUE(application.doInitialize());
+    ASSERT_TRUE(engine.doInitialize());
+    ASSERT_TRUE(waitForEvents(2));
+
+    sim.stop();
+    ASSERT_TRUE(LogCapture::waitFor(kTimerSet, std::chrono::seconds(10)));
+    // 10 s of timer, then one presence check of about 6 s per proxy, one
+    // after the other on the main-loop thread.
+    ASSERT_TRUE(waitForEvents(6, std::chrono::seconds(60)));
+    ASSERT_TRUE(flushDefaultContext());
+
+    EXPECT_EQ(agent.events(), (std::vector<bool>{true, true, false, false, true, true}));
+    EXPECT_EQ(LogCapture::count(kTimerSet), 1u);
+    EXPECT_EQ(LogCapture::count(kExpired, veltest::kSeverityError), 1u);
+    for (const char* client : {"client", "engine"}) {
+        EXPECT_EQ(LogCapture::count(proxyLine(client, "agentCallback", "agentCallback is executed for recovery. Appeared : 1")),
+                  2u)
+            << client;
+        EXPECT_EQ(LogCapture::count(proxyLine(client, "agentCallback", "@@@ ERR. MVEL is NOT READY"),
+                                    veltest::kSeverityError),
+                  1u)
+            << client;
+    }
+}
+
 TEST_F(AClientProxyWithService, ErasesTheRecoveryTimerWhenTheServiceReturnsWithinTenSeconds)
 {
     ASSERT_TRUE(sim.start());
@@ -75,7 +107,7 @@ TEST_F(AClientProxyWithService, ErasesTheRecoveryTimerWhenTheServiceReturnsWithi
 
     sim.stop();
     ASSERT_TRUE(LogCapture::waitFor(kTimerSet, std::chrono::seconds(10)));
-    EXPECT_EQ(countPosixTimers(), 1);
+    EXPECT_TRUE(veltest::waitUntil([] { return countPosixTimers() == 1; }));
     ASSERT_TRUE(sim.start());
     ASSERT_TRUE(waitForEvents(3));
 

@@ -1,7 +1,10 @@
 #include <dbus/dbus.h>
 
 #include <chrono>
+#include <condition_variable>
 #include <cstdlib>
+#include <memory>
+#include <mutex>
 
 #include "ImplVelAgent.h"
 #include "ServiceFixture.h"
@@ -31,7 +34,67 @@ std::size_t countErrors()
     return errors;
 }
 
+// A callback agent whose ready report blocks until the test lets it go.
+class BlockingAgent : public VelCallBackAgent {
+public:
+    void onRcvMVELReady(bool) override
+    {
+        std::unique_lock<std::mutex> lock(mMutex);
+        mInside = true;
+        mChanged.notify_all();
+        // Bounded, so that a broken test cannot stall the main-loop thread for good.
+        mChanged.wait_for(lock, std::chrono::seconds(20), [this] { return mReleased; });
+        mInside = false;
+        mChanged.notify_all();
+    }
+
+    bool waitUntilInside(std::chrono::milliseconds timeout)
+    {
+        std::unique_lock<std::mutex> lock(mMutex);
+        return mChanged.wait_for(lock, timeout, [this] { return mInside; });
+    }
+
+    bool releaseAndWaitUntilLeft(std::chrono::milliseconds timeout)
+    {
+        std::unique_lock<std::mutex> lock(mMutex);
+        mReleased = true;
+        mChanged.notify_all();
+        return mChanged.wait_for(lock, timeout, [this] { return !mInside; });
+    }
+
+private:
+    std::mutex mMutex;
+    std::condition_variable mChanged;
+    bool mInside = false;
+    bool mReleased = false;
+};
+
 } // namespace
+
+TEST_F(AClientProxyWithService, KeepsItsStateWhenDestroyedWhileOneOfItsCallbacksRuns)
+{
+    ASSERT_TRUE(sim.start());
+    BlockingAgent blocking;
+    auto facade = std::make_unique<TestFacade>(kAppKind, "client", &blocking);
+    ASSERT_TRUE(facade->doInitialize());
+    ASSERT_TRUE(blocking.waitUntilInside(std::chrono::seconds(20)));
+    LogCapture::clear();
+
+    // Waits up to 2 s for the callback, then gives up on it.
+    facade.reset();
+
+    EXPECT_TRUE(LogCapture::hasExact(proxyLine("client", "~VelComProxy", "@@@ WARN. A callback is still running. Keep its state!"),
+                                     veltest::kSeverityWarn));
+    EXPECT_EQ(LogCapture::count("unregister"), 0u);
+    ASSERT_TRUE(blocking.releaseAndWaitUntilLeft(std::chrono::seconds(10)));
+    // The main-loop thread is free again and the process goes on.
+    EXPECT_TRUE(flushDefaultContext());
+    // Later events find the proxy's gate closed and touch nothing.
+    sim.stop();
+    ASSERT_TRUE(LogCapture::waitFor("[VELLIB] OnDBusNameVanished()", std::chrono::seconds(10)));
+    EXPECT_TRUE(flushDefaultContext());
+    EXPECT_EQ(LogCapture::count("D-Bus service name is vanished."), 0u);
+}
 
 TEST_F(AClientProxyWithService, ConnectsSubscribesRegistersAndReportsReadyWhenTheServiceIsUp)
 {
@@ -117,13 +180,21 @@ TEST_F(AClientProxyWithService, GivesUpAfterSixtyRefusalsAndStillReportsReady)
     EXPECT_EQ(agent.events(), std::vector<bool>{true});
 }
 
-TEST_F(AClientProxyWithService, TreatsARegisterMeReplyOfTheWrongTypeAsARefusal)
+class AClientProxyRefusedAtFirst : public AClientProxyWithService {
+protected:
+    // The simulator answers the first two registrations in `mode`, which the
+    // proxy must take as refusals, and accepts the third.
+    void expectTwoRefusalsThenRegistration(const std::string& mode, const std::string& simLine);
+};
+
+void AClientProxyRefusedAtFirst::expectTwoRefusalsThenRegistration(const std::string& mode,
+                                                                   const std::string& simLine)
 {
-    ASSERT_TRUE(sim.start({"--register-reply=wrong-type"}));
+    ASSERT_TRUE(sim.start({"--register-reply=" + mode}));
     TestFacade& facade = makeFacade();
 
     ASSERT_TRUE(facade.doInitialize());
-    ASSERT_TRUE(sim.waitForLog("answered with a wrong reply type", std::chrono::seconds(10), 2));
+    ASSERT_TRUE(sim.waitForLog(simLine, std::chrono::seconds(10), 2));
     GVariant* reply = sim.control("com.qor.vel_sim.Control", "SetRegisterReply", g_variant_new("(s)", "true"));
     ASSERT_NE(reply, nullptr);
     g_variant_unref(reply);
@@ -134,6 +205,39 @@ TEST_F(AClientProxyWithService, TreatsARegisterMeReplyOfTheWrongTypeAsARefusal)
     EXPECT_TRUE(LogCapture::hasExact(proxyLine("client", "registerMe", "MVEL is NOT registered. Re-Check count : 1"),
                                      veltest::kSeverityInfo));
     EXPECT_EQ(LogCapture::count("return FALSE"), 0u);
+    EXPECT_EQ(countErrors(), 0u);
+    EXPECT_EQ(sim.countLog("result=true"), 1u);
+    EXPECT_EQ(agent.events(), std::vector<bool>{true});
+}
+
+TEST_F(AClientProxyRefusedAtFirst, TreatsARegisterMeReplyOfTheWrongTypeAsARefusal)
+{
+    expectTwoRefusalsThenRegistration("wrong-type", "answered with a wrong reply type");
+}
+
+TEST_F(AClientProxyRefusedAtFirst, TreatsADBusErrorReplyToRegisterMeAsARefusalAndTriesAgain)
+{
+    expectTwoRefusalsThenRegistration("error", "answered with an error");
+}
+
+TEST_F(AClientProxyWithService, TreatsARegisterMeLeftUnansweredAsARefusalOnceTheCallTimesOut)
+{
+    ASSERT_TRUE(sim.start({"--register-reply=silent"}));
+    TestFacade& facade = makeFacade();
+
+    ASSERT_TRUE(facade.doInitialize());
+    ASSERT_TRUE(sim.waitForLog("left unanswered", std::chrono::seconds(10)));
+    GVariant* reply = sim.control("com.qor.vel_sim.Control", "SetRegisterReply", g_variant_new("(s)", "true"));
+    ASSERT_NE(reply, nullptr);
+    g_variant_unref(reply);
+    // The unanswered call ends with D-Bus's default timeout of 25 s.
+    ASSERT_TRUE(waitForEvents(1, std::chrono::seconds(90)));
+
+    EXPECT_TRUE(LogCapture::hasExact(proxyLine("client", "registerMe", "MVEL is NOT registered. Re-Check count : 0"),
+                                     veltest::kSeverityInfo));
+    EXPECT_EQ(LogCapture::count("MVEL is NOT registered. Re-Check count : "), 1u);
+    EXPECT_EQ(countErrors(), 0u);
+    EXPECT_EQ(sim.countLog("left unanswered"), 1u);
     EXPECT_EQ(sim.countLog("result=true"), 1u);
     EXPECT_EQ(agent.events(), std::vector<bool>{true});
 }

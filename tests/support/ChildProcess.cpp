@@ -1,4 +1,5 @@
 #include "ChildProcess.h"
+#include "TimeScale.h"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -75,7 +76,7 @@ void ChildProcess::signal(int signo)
 
 int ChildProcess::waitExit(std::chrono::milliseconds timeout)
 {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    const auto deadline = std::chrono::steady_clock::now() + veltest::scaled(timeout);
     while (running()) {
         if (std::chrono::steady_clock::now() >= deadline) {
             return -1;

@@ -1,4 +1,5 @@
 #include "LogCapture.h"
+#include "TimeScale.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -96,7 +97,7 @@ bool LogCapture::waitFor(const std::string& fragment, std::chrono::milliseconds 
         return n >= times;
     };
     std::unique_lock<std::mutex> lock(gMutex);
-    return gChanged.wait_for(lock, timeout, counted);
+    return gChanged.wait_for(lock, veltest::scaled(timeout), counted);
 }
 
 void LogCapture::dump()
@@ -130,7 +131,7 @@ extern "C" void vw_log_print(const char* file, const char* function, int line, i
     va_end(args);
 
     veltest::LogLine entry{file ? file : "", function ? function : "", line, severity, module, option,
-                           format ? format : "", text};
+                           format ? format : "", text, orna::currentLogContext()};
     {
         std::lock_guard<std::mutex> lock(veltest::gMutex);
         if (veltest::gEcho) {

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "vel/LogBackend.h"
+
 // Test sink: the test executables define vw_log_print, which takes precedence
 // over the library's stderr sink, and every message lands here.
 namespace veltest {
@@ -17,6 +19,8 @@ struct LogLine {
     int option;
     std::string format;
     std::string text;
+    // The wrapper's current context while this line was delivered.
+    const DltContext* context = nullptr;
 };
 
 // Severity codes of the sink, by DLT level.

@@ -1,6 +1,10 @@
 #include "PrivateBus.h"
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdlib>
+#include <vector>
 
 #include "WaitUntil.h"
 
@@ -19,10 +23,31 @@ PrivateBus::~PrivateBus()
 
 bool PrivateBus::start()
 {
+    return startDaemon({});
+}
+
+bool PrivateBus::restart()
+{
+    const std::string listenAddress = mAddress.substr(0, mAddress.find(','));
+    const std::string pathPrefix = "unix:path=";
+    if (listenAddress.rfind(pathPrefix, 0) != 0) {
+        return false;
+    }
+    dropTestConnection();
+    mDaemon.kill9();
+    // The killed daemon leaves its socket file behind.
+    unlink(listenAddress.substr(pathPrefix.size()).c_str());
+    return startDaemon({"--address=" + listenAddress});
+}
+
+bool PrivateBus::startDaemon(const std::vector<std::string>& extraArguments)
+{
     const std::string addressFile = mDir.file("bus-address");
-    if (!mDaemon.start({"/usr/bin/dbus-daemon", "--nofork", "--nopidfile", "--print-address=1",
-                        "--config-file=" + mConfigPath},
-                       addressFile)) {
+    unlink(addressFile.c_str());
+    std::vector<std::string> arguments = {"/usr/bin/dbus-daemon", "--nofork", "--nopidfile", "--print-address=1",
+                                          "--config-file=" + mConfigPath};
+    arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
+    if (!mDaemon.start(arguments, addressFile)) {
         return false;
     }
     // The daemon prints its address once it listens.
@@ -33,18 +58,25 @@ bool PrivateBus::start()
         return false;
     }
     const std::string printed = readFile(addressFile);
-    mAddress = printed.substr(0, printed.find('\n'));
+    // Without the daemon's guid, as a system bus address is written: a client
+    // checks a guid it is given, and a restarted daemon has a new one.
+    mAddress = printed.substr(0, std::min(printed.find('\n'), printed.find(",guid=")));
     setenv("DBUS_SYSTEM_BUS_ADDRESS", mAddress.c_str(), 1);
     return true;
 }
 
-void PrivateBus::stop()
+void PrivateBus::dropTestConnection()
 {
     if (mTestConnection != nullptr) {
         g_dbus_connection_close_sync(mTestConnection, nullptr, nullptr);
         g_object_unref(mTestConnection);
         mTestConnection = nullptr;
     }
+}
+
+void PrivateBus::stop()
+{
+    dropTestConnection();
     mDaemon.stop();
 }
 

@@ -3,6 +3,7 @@
 #include <gio/gio.h>
 
 #include <string>
+#include <vector>
 
 #include "ChildProcess.h"
 
@@ -20,6 +21,10 @@ public:
 
     bool start();
     void stop();
+    // Kills the daemon and starts a new one on the same socket, as a
+    // supervisor restarts a crashed bus: clients find it at the address they
+    // know, but every connection to it is new. Only for path addresses.
+    bool restart();
     // Kills the daemon with SIGKILL (bus loss tests).
     void kill9();
     const std::string& address() const { return mAddress; }
@@ -31,6 +36,9 @@ public:
     bool nameHasOwner(const std::string& name);
 
 private:
+    bool startDaemon(const std::vector<std::string>& extraArguments);
+    void dropTestConnection();
+
     std::string mConfigPath;
     ChildProcess mDaemon;
     TempDir mDir;

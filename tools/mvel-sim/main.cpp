@@ -8,8 +8,10 @@
 
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "SimModule.h"
+#include "vel/VelDlt.h"
 
 namespace {
 
@@ -18,9 +20,12 @@ struct Options {
     gint exitAfterMs = 0;
     gint refuseRegister = 0;
     gchar* registerReply = nullptr;
+    gchar* log = nullptr;
 };
 
 Options gOptions;
+// registerMe calls deliberately left without a reply.
+std::vector<GDBusMethodInvocation*> gUnansweredCalls;
 sim::Context gContext;
 guint gOwnerId = 0;
 
@@ -76,6 +81,19 @@ gboolean onRegisterMe(ComQorVel_communicator* skeleton, GDBusMethodInvocation* i
     if (mode == "wrong-type") {
         sim::logLine("registerMe type=%u name=%s answered with a wrong reply type", type, name);
         replyWithWrongType(invocation);
+        return TRUE;
+    }
+    if (mode == "error") {
+        sim::logLine("registerMe type=%u name=%s answered with an error", type, name);
+        g_dbus_method_invocation_return_dbus_error(invocation, "com.qor.vel_sim.Error.Refused",
+                                                   "mvel-sim refuses the registration");
+        return TRUE;
+    }
+    if (mode == "silent") {
+        // Never answered: the caller's own timeout ends the call. The
+        // invocation is kept until exit so that no reply goes out by accident.
+        sim::logLine("registerMe type=%u name=%s left unanswered", type, name);
+        gUnansweredCalls.push_back(invocation);
         return TRUE;
     }
     bool accepted = mode != "false";
@@ -173,7 +191,11 @@ bool parseOptions(int& argc, char**& argv)
         {"refuse-register", 0, 0, G_OPTION_ARG_INT, &gOptions.refuseRegister,
          "Answer the first N registerMe calls with false", "N"},
         {"register-reply", 0, 0, G_OPTION_ARG_STRING, &gOptions.registerReply,
-         "Answer registerMe with true (default), false or wrong-type", "MODE"},
+         "Answer registerMe with true (default), false, wrong-type, error (a D-Bus error reply) or silent (no "
+         "reply at all)",
+         "MODE"},
+        {"log", 0, 0, G_OPTION_ARG_STRING, &gOptions.log,
+         "Where libvel's log lines go: stderr (default) or dlt (application VELL)", "WHERE"},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
     GOptionContext* context = g_option_context_new("- simulate the MVEL service for libvel clients");
@@ -195,6 +217,11 @@ bool parseOptions(int& argc, char**& argv)
         g_error_free(error);
     }
     g_option_context_free(context);
+    if (parsed && gOptions.log != nullptr && g_strcmp0(gOptions.log, "stderr") != 0 &&
+        g_strcmp0(gOptions.log, "dlt") != 0) {
+        g_printerr("mvel-sim: invalid --log '%s' (stderr or dlt)\n", gOptions.log);
+        return false;
+    }
     return parsed;
 }
 
@@ -202,9 +229,12 @@ bool parseOptions(int& argc, char**& argv)
 
 int main(int argc, char** argv)
 {
+    // libvel's lines go to its stderr sink unless --log=dlt asks for DLT.
+    veldlt::setActive(false);
     if (!parseOptions(argc, argv)) {
         return 2;
     }
+    veldlt::setActive(g_strcmp0(gOptions.log, "dlt") == 0);
 
     GError* error = nullptr;
     gContext.loop = g_main_loop_new(nullptr, FALSE);
@@ -262,11 +292,16 @@ int main(int argc, char** argv)
     if (gOwnerId != 0) {
         g_bus_unown_name(gOwnerId);
     }
+    for (GDBusMethodInvocation* invocation : gUnansweredCalls) {
+        g_object_unref(invocation);
+    }
+    gUnansweredCalls.clear();
     g_dbus_interface_skeleton_unexport(G_DBUS_INTERFACE_SKELETON(gContext.skeleton));
     g_object_unref(gContext.skeleton);
     g_object_unref(gContext.connection);
     g_main_loop_unref(gContext.loop);
     g_free(gOptions.registerReply);
+    g_free(gOptions.log);
     sim::logLine("mvel-sim stopped");
     return 0;
 }

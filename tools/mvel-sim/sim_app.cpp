@@ -34,6 +34,8 @@ struct AppState {
     guint delayMs = 0;
     std::set<std::string> paired;
     bool maxPaired = false;
+    // checkPaired and checkMaxPaired answered with a D-Bus error instead.
+    bool failChecks = false;
     // Whether every application client hears about both lists right after it
     // registers, as it does from the service.
     bool announceOnRegister = false;
@@ -53,6 +55,11 @@ const char* const kAppControlXml = R"XML(
   <!-- Devices for which checkPaired (9) answers true. -->
   <method name="SetPaired">
     <arg name="deviceIds" type="as" direction="in"/>
+  </method>
+  <!-- With failing true, checkMaxPaired (8) and checkPaired (9) are answered
+       with a D-Bus error until it is set false again. -->
+  <method name="SetChecksFailing">
+    <arg name="failing" type="b" direction="in"/>
   </method>
   <!-- The answer to checkMaxPaired (8). -->
   <method name="SetMaxPaired">
@@ -251,6 +258,13 @@ void onClientRegistered(sim::Context&, unsigned int type, const char*)
 gboolean onActionFromApp(ComQorVel_communicator* skeleton, GDBusMethodInvocation* invocation, guint action,
                          const gchar* deviceId, guint technology, const gchar* deviceIdToReplace, gpointer)
 {
+    const bool isCheck = action == APPREQ_CHECK_MAX_PAIRED || action == APPREQ_CHECK_PAIRED;
+    if (isCheck && gState.failChecks) {
+        sim::logLine("check %u for '%s' answered with an error", action, deviceId);
+        g_dbus_method_invocation_return_dbus_error(invocation, "com.qor.vel_sim.Error.Failed",
+                                                   "mvel-sim fails the check");
+        return TRUE;
+    }
     switch (action) {
     case APPREQ_CONNECT_SERVICE:
     case APPREQ_DISCONNECT_SERVICE:
@@ -325,6 +339,11 @@ void onControlCall(GDBusConnection*, const gchar*, const gchar*, const gchar*, c
         }
         g_variant_iter_free(iter);
         sim::logLine("paired devices: %zu", gState.paired.size());
+    } else if (g_strcmp0(method, "SetChecksFailing") == 0) {
+        gboolean failing = FALSE;
+        g_variant_get(parameters, "(b)", &failing);
+        gState.failChecks = failing != FALSE;
+        sim::logLine("checks answered with an error: %s", gState.failChecks ? "true" : "false");
     } else if (g_strcmp0(method, "SetMaxPaired") == 0) {
         gboolean reached = FALSE;
         g_variant_get(parameters, "(b)", &reached);

@@ -280,6 +280,16 @@ void StoreWriter::releaseSemaphores()
 
 bool StoreWriter::writeStore(DevShmInfo& _info, const std::vector<unsigned char>& _bytes)
 {
+    // A fresh known-device file is empty. Writing into it would grow its
+    // mapping from a zero old length, which only the Linux kernel's mremap
+    // allows (qemu-user, which runs the simulator in cross-test, refuses it):
+    // the file is sized first, and its mapping already covers a whole list.
+    struct stat status {};
+    if (!_bytes.empty() && _bytes.size() <= _info.size && fstat(_info.fd, &status) == 0 && status.st_size == 0) {
+        if (ftruncate(_info.fd, static_cast<off_t>(_bytes.size())) != 0) {
+            logLine("store: sizing %s to %zu bytes failed", _info.name.c_str(), _bytes.size());
+        }
+    }
     const bool written =
         _bytes.empty() ? mShm.shmEraseData(_info) : mShm.shmWrite(_info, _bytes.data(), _bytes.size());
     if (!written) {

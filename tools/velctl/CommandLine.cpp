@@ -1,5 +1,7 @@
 #include "CommandLine.h"
 
+#include "LibraryLogSink.h"
+
 #include <cerrno>
 #include <cstdlib>
 
@@ -68,11 +70,23 @@ bool parseCommandLine(int argc, char** argv, CommandLine& line, std::string& rea
             continue;
         }
         if (arg == "-v" || arg == "--verbose") {
-            line.verbose = true;
+            line.log = "stderr";
             continue;
         }
         std::string value;
         bool matched = false;
+        if (!takeValue(arg, "--log", "", argc, argv, i, value, matched)) {
+            reason = "option " + arg + " needs stderr, dlt or quiet";
+            return false;
+        }
+        if (matched) {
+            if (!isLibraryLogMode(value)) {
+                reason = "invalid log destination '" + value + "' (stderr, dlt or quiet)";
+                return false;
+            }
+            line.log = value;
+            continue;
+        }
         if (!takeValue(arg, "--timeout", "-t", argc, argv, i, value, matched)) {
             reason = "option " + arg + " needs a number of seconds";
             return false;

@@ -8,7 +8,8 @@ namespace velctl {
 // What the user asked for, before anything talks to the bus.
 struct CommandLine {
     bool help = false;
-    bool verbose = false;
+    // Where libvel's own lines go: quiet, stderr (also -v) or dlt.
+    std::string log = "quiet";
     unsigned int timeoutSeconds = 10;
     // 0 when not given: each kind has its own default.
     unsigned int clientType = 0;

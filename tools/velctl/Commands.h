@@ -9,5 +9,9 @@ namespace velctl {
 [[noreturn]] void runApp(const CommandLine& line);
 [[noreturn]] void runCore(const CommandLine& line);
 [[noreturn]] void runController(const CommandLine& line);
+// Recordings of the service's interface: the file or files come as the
+// command and its argument.
+[[noreturn]] void runRecord(const CommandLine& line);
+[[noreturn]] void runReplayDiff(const CommandLine& line);
 
 } // namespace velctl

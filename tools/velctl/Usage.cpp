@@ -15,9 +15,21 @@ Kinds:
   core         queries of the core engine client      (velctl core --help)
   controller   control-mode changes                   (velctl controller --help)
 
+Recordings (docs/record-replay.md):
+  record FILE  record every call, reply, error and signal of the service's
+               interface, with the device lists of every list notice, into
+               FILE (JSON lines) until interrupted (Ctrl-C, SIGTERM); needs
+               the right to monitor the bus (root). Exit 3 without it
+  replay-diff RECORDING NEWRECORDING
+               compare the calls of two recordings in order and print the
+               first difference; exit 0 when they are the same, 1 when not
+
 Options (anywhere on the line; "--" ends them):
   -h, --help               show this help, or a kind's help after the kind
   -v, --verbose            also print libvel's own log lines on stderr
+                           (same as --log=stderr)
+      --log=WHERE          where libvel's own log lines go: quiet (default),
+                           stderr, or dlt (the DLT daemon, application VELL)
   -t, --timeout SECONDS    how long to wait for the service and for each
                            answer (1 to 3600, default 10)
   -c, --client-type KIND   client kind to register as: app 100 to 105

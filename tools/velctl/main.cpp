@@ -7,7 +7,7 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "Exit.h"
-#include "QuietLogSink.h"
+#include "LibraryLogSink.h"
 #include "Usage.h"
 
 using namespace velctl;
@@ -19,7 +19,7 @@ int main(int argc, char** argv)
     if (!parseCommandLine(argc, argv, line, reason)) {
         fail(kExitUsage, reason + " (see velctl --help)");
     }
-    setLibraryLogVisible(line.verbose);
+    setLibraryLogMode(line.log);
 
     if (line.kind.empty()) {
         if (line.help) {
@@ -27,6 +27,16 @@ int main(int argc, char** argv)
             finish(kExitOk);
         }
         fail(kExitUsage, "no kind given: app, core or controller (see velctl --help)");
+    }
+    if (line.kind == "record" || line.kind == "replay-diff") {
+        if (line.help) {
+            std::fputs(generalUsage(), stdout);
+            finish(kExitOk);
+        }
+        if (line.kind == "record") {
+            runRecord(line);
+        }
+        runReplayDiff(line);
     }
     const char* usage = kindUsage(line.kind);
     if (usage == nullptr) {

@@ -83,11 +83,15 @@ TEST_F(ALogWrapper, WritesEachPieceTypeWithTheStreamsDefaultFormatting)
     const unsigned char uc = 'b';
     const short s = -3;
     const unsigned short us = 4;
-    const long l = -5000000000L;
-    const unsigned long ul = 6000000000UL;
-    orna::log(&gTestContext, DLT_LOG_INFO, sc, uc, s, us, -1, 2u, l, ul, true, false, std::string("|str"));
+    // long is 32 bits on armhf: the values beyond 32 bits go through long long.
+    const long l = -2000000000L;
+    const unsigned long ul = 4000000000UL;
+    const long long ll = -5000000000LL;
+    const unsigned long long ull = 6000000000ULL;
+    orna::log(&gTestContext, DLT_LOG_INFO, sc, uc, s, us, -1, 2u, l, ul, ll, ull, true, false, std::string("|str"));
 
-    ASSERT_EQ(LogCapture::texts(), std::vector<std::string>{"ab-34-12-5000000000600000000010|str"});
+    ASSERT_EQ(LogCapture::texts(),
+              std::vector<std::string>{"ab-34-12-20000000004000000000-5000000000600000000010|str"});
 }
 
 TEST_F(ALogWrapper, KeepsWhatCameBeforeANullTextAndLeavesTheNextMessageUnaffected)

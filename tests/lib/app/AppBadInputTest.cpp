@@ -12,11 +12,7 @@ class AnAppClientGivenBadInput : public apptest::AppClientTest {
 protected:
     void SetUp() override
     {
-        startService();
-        if (HasFatalFailure()) {
-            return;
-        }
-        connectApp({&recorder(0), &recorder(1)});
+        startAndConnect({&recorder(0), &recorder(1)});
     }
 
     // Whatever came before, a well-formed completion still gets through.
@@ -27,21 +23,12 @@ protected:
         EXPECT_EQ(recorder(0).count("onRcvResponseSetPrioritizedDevice"), 1u);
     }
 
-    static std::size_t callsBesidesReadiness()
-    {
-        std::size_t n = 0;
-        for (const apptest::Call& call : apptest::RecordingCallBack::allCalls()) {
-            n += call.name.rfind("onRcvMVELReady", 0) == 0 ? 0 : 1;
-        }
-        return n;
-    }
-
     void expectRefused(const std::string& line)
     {
         const std::string full = appLine("onVelLibraryAppCallBack", line);
         ASSERT_TRUE(LogCapture::waitFor(full, std::chrono::seconds(10)));
         EXPECT_EQ(LogCapture::count(full, veltest::kSeverityError), 1u);
-        EXPECT_EQ(callsBesidesReadiness(), 0u);
+        EXPECT_EQ(apptest::RecordingCallBack::dispatchedCount(), 0u);
         expectStillDispatching();
     }
 };
@@ -93,7 +80,7 @@ TEST_F(AnAppClientGivenBadInput, RefusesADiscoveredCountFarAboveTheTenRecordLimi
     EXPECT_EQ(LogCapture::count(first, veltest::kSeverityError), 1u);
     EXPECT_EQ(LogCapture::count(clamped, veltest::kSeverityError), 1u);
     EXPECT_EQ(LogCapture::count("readData()"), 0u);
-    EXPECT_EQ(callsBesidesReadiness(), 0u);
+    EXPECT_EQ(apptest::RecordingCallBack::dispatchedCount(), 0u);
 
     // Ten records are still within bounds.
     notice(1, "10", 0);
@@ -112,6 +99,6 @@ TEST_F(AnAppClientGivenBadInput, GivesNoListWhenTheNoticeCountsMoreRecordsThanTh
     EXPECT_EQ(LogCapture::count(appLine("handleUpdatedDeviceInfo_l", "@@@ ERR. processReceivedDeviceList_l() failed!"),
                                 veltest::kSeverityError),
               2u);
-    EXPECT_EQ(callsBesidesReadiness(), 0u);
+    EXPECT_EQ(apptest::RecordingCallBack::dispatchedCount(), 0u);
     expectStillDispatching();
 }

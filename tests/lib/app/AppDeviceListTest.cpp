@@ -18,11 +18,7 @@ class AnAppClientReadingDeviceLists : public apptest::AppClientTest {
 protected:
     void SetUp() override
     {
-        startService();
-        if (HasFatalFailure()) {
-            return;
-        }
-        connectApp({&recorder(0)});
+        startAndConnect({&recorder(0)});
     }
 
     static bool sameBytes(const DEVICE& delivered, const DEVICE& written)
@@ -35,11 +31,7 @@ class AnAppClientWithThreeListeners : public AnAppClientReadingDeviceLists {
 protected:
     void SetUp() override
     {
-        startService();
-        if (HasFatalFailure()) {
-            return;
-        }
-        connectApp({&recorder(0), &recorder(1), &recorder(2)});
+        startAndConnect({&recorder(0), &recorder(1), &recorder(2)});
     }
 };
 

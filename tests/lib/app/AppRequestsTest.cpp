@@ -17,11 +17,7 @@ class AnAppClientWithService : public apptest::AppClientTest {
 protected:
     void SetUp() override
     {
-        startService();
-        if (HasFatalFailure()) {
-            return;
-        }
-        connectApp({&recorder(0)});
+        startAndConnect({&recorder(0)});
         // The result the service reports is passed through untouched.
         setCompletion(17, 0);
     }
@@ -115,6 +111,23 @@ TEST_F(AnAppClientWithService, ReturnsTheServicesAnswerToCheckPaired)
     EXPECT_TRUE(simLogged("call actionFromApp (uint32 9, 'dev-1', uint32 28, '')"));
     EXPECT_FALSE(mApp->checkPaired("dev-2"));
     EXPECT_TRUE(simLogged("call actionFromApp (uint32 9, 'dev-2', uint32 28, '')"));
+}
+
+TEST_F(AnAppClientWithService, ReturnsFalseForChecksThatTheServiceAnswersWithAnError)
+{
+    setPaired({"dev-1"});
+    setMaxPaired(true);
+    control("SetChecksFailing", g_variant_new("(b)", TRUE));
+    LogCapture::clear();
+
+    EXPECT_FALSE(mApp->checkPaired("dev-1"));
+    EXPECT_FALSE(mApp->checkMaxPaired());
+
+    EXPECT_EQ(LogCapture::count(appLine("sendActionFromAppSync", "@@@ ERR. dbusProcessed is false! Return!"),
+                                veltest::kSeverityError),
+              2u);
+    EXPECT_EQ(LogCapture::count(appLine("sendActionFromAppSync", "result:")), 0u);
+    EXPECT_TRUE(simLogged("answered with an error", 2));
 }
 
 TEST_F(AnAppClientWithService, AnswersCheckPairedWithFalseAtOnceAfterTheServiceWentAway)

@@ -15,11 +15,7 @@ class AnAppClientWithThreeCallbacks : public apptest::AppClientTest {
 protected:
     void SetUp() override
     {
-        startService();
-        if (HasFatalFailure()) {
-            return;
-        }
-        connectApp({&recorder(0), &recorder(1), &recorder(2)});
+        startAndConnect({&recorder(0), &recorder(1), &recorder(2)});
     }
 
     // Names of the callbacks that received the operation, in delivery order.
@@ -32,15 +28,6 @@ protected:
             }
         }
         return names;
-    }
-
-    static std::size_t dispatchedCalls()
-    {
-        std::size_t n = 0;
-        for (const Call& call : RecordingCallBack::allCalls()) {
-            n += call.name.rfind("onRcvMVELReady", 0) == 0 ? 0 : 1;
-        }
-        return n;
     }
 
     const std::vector<std::string> kInOrder{"first", "second", "third"};
@@ -82,7 +69,7 @@ TEST_F(AnAppClientWithThreeCallbacks, LogsAReconnectSuspendCompletionOncePerCall
     const std::string rejected = appLine("receiveAppRequestDone", "@@@ ERR. Unexpected appRequest!");
     ASSERT_TRUE(LogCapture::waitFor(rejected, std::chrono::seconds(10), 3));
     EXPECT_EQ(LogCapture::count(rejected, veltest::kSeverityError), 3u);
-    EXPECT_EQ(dispatchedCalls(), 0u);
+    EXPECT_EQ(RecordingCallBack::dispatchedCount(), 0u);
 }
 
 TEST_F(AnAppClientWithThreeCallbacks, RejectsCompletionsOfRequestsApplicationsDoNotSend)
@@ -93,7 +80,7 @@ TEST_F(AnAppClientWithThreeCallbacks, RejectsCompletionsOfRequestsApplicationsDo
 
     const std::string rejected = appLine("receiveAppRequestDone", "@@@ ERR. Unexpected appRequest!");
     ASSERT_TRUE(LogCapture::waitFor(rejected, std::chrono::seconds(10), 9));
-    EXPECT_EQ(dispatchedCalls(), 0u);
+    EXPECT_EQ(RecordingCallBack::dispatchedCount(), 0u);
 }
 
 TEST_F(AnAppClientWithThreeCallbacks, DeliversTheEndOfAFactoryResetToEveryCallback)
@@ -118,7 +105,7 @@ TEST_F(AnAppClientWithThreeCallbacks, PassesOverCoreItemsSilentlyAndRejectsOther
     EXPECT_EQ(LogCapture::count(rejected, veltest::kSeverityError), 3u);
     EXPECT_TRUE(LogCapture::hasExact(appLine("receiveCheckFuncOpModeDone", "_function:1, _result:0")));
     EXPECT_TRUE(LogCapture::hasExact(appLine("receiveCheckFuncOpModeDone", "_function:5, _result:0")));
-    EXPECT_EQ(dispatchedCalls(), 0u);
+    EXPECT_EQ(RecordingCallBack::dispatchedCount(), 0u);
 }
 
 TEST_F(AnAppClientWithThreeCallbacks, HandsATechnologySelectionNoticeOverWithoutItsSecondDetail)
@@ -161,7 +148,7 @@ TEST_F(AnAppClientWithThreeCallbacks, RejectsNoticesThatAreNotForApplications)
     const std::string rejected = appLine("receiveNoticeToApp", "@@@ ERR. Unexpected notice!");
     ASSERT_TRUE(LogCapture::waitFor(rejected, std::chrono::seconds(10), 18));
     EXPECT_EQ(LogCapture::count(rejected, veltest::kSeverityError), 18u);
-    EXPECT_EQ(dispatchedCalls(), 0u);
+    EXPECT_EQ(RecordingCallBack::dispatchedCount(), 0u);
 }
 
 TEST_F(AnAppClientWithThreeCallbacks, RefusesANoticeWhoseFirstDetailReadsAsANegativeNumber)
@@ -172,7 +159,7 @@ TEST_F(AnAppClientWithThreeCallbacks, RefusesANoticeWhoseFirstDetailReadsAsANega
     const std::string refused = appLine("receiveNoticeToApp", "@@@ ERR. (count < 0) is true! Return!");
     ASSERT_TRUE(LogCapture::waitFor(refused, std::chrono::seconds(10), 2));
     EXPECT_EQ(LogCapture::count(refused, veltest::kSeverityError), 2u);
-    EXPECT_EQ(dispatchedCalls(), 0u);
+    EXPECT_EQ(RecordingCallBack::dispatchedCount(), 0u);
     EXPECT_EQ(LogCapture::count("readData()"), 0u);
 }
 
@@ -208,7 +195,7 @@ TEST_F(AnAppClientWithThreeCallbacks, HearsNothingOfSignalsMeantForOtherClients)
     ASSERT_TRUE(recorder(2).waitFor("onRcvResponseSetPrioritizedDevice"));
     EXPECT_EQ(LogCapture::count("signal_name:noticeToCore"), 0u);
     EXPECT_EQ(LogCapture::count("signal_name:coreRequestDone"), 0u);
-    EXPECT_EQ(dispatchedCalls(), 3u);
+    EXPECT_EQ(RecordingCallBack::dispatchedCount(), 3u);
 }
 
 namespace {
@@ -218,11 +205,7 @@ class AnAppClientWithDefaultCallbacks : public apptest::AppClientTest {
 protected:
     void SetUp() override
     {
-        startService();
-        if (HasFatalFailure()) {
-            return;
-        }
-        connectApp({&apptest::silentCallBack()});
+        startAndConnect({&apptest::silentCallBack()});
     }
 };
 

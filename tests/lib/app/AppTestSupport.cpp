@@ -109,6 +109,15 @@ void AppClientTest::startService(const std::vector<std::string>& options)
     ASSERT_TRUE(mSim.start(options));
 }
 
+void AppClientTest::startAndConnect(std::initializer_list<VelCallBackApp*> callbacks)
+{
+    startService();
+    if (::testing::Test::HasFatalFailure()) {
+        return;
+    }
+    connectApp(callbacks);
+}
+
 VelComProxyApp* AppClientTest::connectApp(std::initializer_list<VelCallBackApp*> callbacks, CLIENT_TYPE_e clientType)
 {
     for (VelCallBackApp* callback : callbacks) {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "RecordingCallBack.h"
+#include "support/RecordingCallBack.h"
 #include "support/LogCapture.h"
 #include "support/PrivateBus.h"
 #include "support/SimProcess.h"
@@ -14,6 +14,9 @@
 #include "vel/VelComProxyApp.h"
 
 namespace apptest {
+
+using veltest::Call;
+using veltest::RecordingCallBack;
 
 constexpr const char* kClientName = "apptest";
 
@@ -45,6 +48,8 @@ protected:
     void TearDown() override;
 
     void startService(const std::vector<std::string>& options = {});
+    // startService() with its defaults, then connectApp() with the callbacks.
+    void startAndConnect(std::initializer_list<VelCallBackApp*> callbacks);
     // Registers the callbacks in order, initialises and waits until the
     // service has seen the registration (the signals are subscribed by then).
     VelComProxyApp* connectApp(std::initializer_list<VelCallBackApp*> callbacks,

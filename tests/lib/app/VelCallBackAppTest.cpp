@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <cstring>
 #include <functional>
 #include <list>
 #include <memory>
@@ -10,29 +8,15 @@
 
 #include "log_contexts.h"
 #include "support/LogCapture.h"
+#include "support/VtableSlot.h"
 #include "vel/VelCallBackApp.h"
 
 using veltest::LogCapture;
+using veltest::vtableSlot;
 
 namespace {
 
 const TECHNOLOGY_e kTechnology = static_cast<TECHNOLOGY_e>(5);
-
-// Index of a virtual function in the vtable, read from its member pointer as
-// the Itanium C++ ABI lays it out (the ARM variant keeps the "virtual" mark in
-// the adjustment instead of the pointer).
-template <typename MemberFunction>
-std::size_t vtableSlot(MemberFunction function)
-{
-    static_assert(sizeof(MemberFunction) == 2 * sizeof(std::uintptr_t), "Itanium member function pointer");
-    std::uintptr_t words[2];
-    std::memcpy(words, &function, sizeof(words));
-#if defined(__arm__) || defined(__aarch64__)
-    return words[0] / sizeof(void*);
-#else
-    return (words[0] - 1) / sizeof(void*);
-#endif
-}
 
 struct DefaultBody {
     const char* operation;

@@ -199,6 +199,17 @@ TEST(AVelComProxyApp, SendsNoRequestWithoutAProxy)
               2u);
 }
 
+TEST(AVelComProxyApp, RefusesToSubscribeWithoutAConnection)
+{
+    VelComProxyApp* app = VelComProxyApp::getInstance(kApp, kClientName, nullptr);
+    LogCapture::clear();
+
+    EXPECT_FALSE(app->subscribe());
+    EXPECT_EQ(apptest::textsWith("[VELLIBAPP]"),
+              std::vector<std::string>{appLine("subscribe", "@@@ ERR. Connection is null!")});
+    EXPECT_TRUE(LogCapture::hasExact(appLine("subscribe", "@@@ ERR. Connection is null!"), veltest::kSeverityError));
+}
+
 TEST(AVelComProxyApp, AnswersCheckPairedWithFalseAtOnceWhileTheServiceIsAbsent)
 {
     veltest::PrivateBus bus;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 #include "LogCapture.h"
 #include "PrivateBus.h"
@@ -108,4 +109,21 @@ TEST_F(AControllerWithService, RefusesToSendOnceTheServiceHasGone)
     LogCapture::clear();
     EXPECT_FALSE(controller->sendControlMode(1, 4, FUNC_ITEM_RESTORE_FACTORY_SETTINGS));
     EXPECT_EQ(LogCapture::count("@@@ ERR. (mProxy != 0) is false !", veltest::kSeverityError), 1u);
+}
+
+TEST_F(AControllerWithService, LeavesItsLinkUpWhenReleased)
+{
+    VelComProxyController* controller = VelComProxyController::getInstance();
+    ASSERT_TRUE(controller->doInitialize());
+    ASSERT_TRUE(mSim.waitForLog("registerMe type=400", kBusWait));
+    LogCapture::clear();
+
+    EXPECT_TRUE(controller->doRelease());
+    std::vector<std::string> texts = LogCapture::texts();
+    EXPECT_EQ(texts, std::vector<std::string>{tag("doRelease") + "doRelease"});
+
+    EXPECT_TRUE(controller->sendControlMode(2, 5, FUNC_ITEM_RESTORE_FACTORY_SETTINGS));
+    EXPECT_TRUE(mSim.waitForLog("call sendControlMode (uint32 2, uint32 5, uint32 2)", kBusWait));
+    EXPECT_EQ(mSim.countLog("call registerMe"), 1u);
+    EXPECT_EQ(LogCapture::count("vanished"), 0u);
 }

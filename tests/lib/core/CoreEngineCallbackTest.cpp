@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "LogCapture.h"
+#include "VtableSlot.h"
 #include "vel/VelCallBackCoreEngine.h"
 
 using veltest::LogCapture;
@@ -82,4 +83,24 @@ TEST(ACoreEngineCallback, ReachesTheOverridingMethodThroughTheBaseClass)
     base.onRcvDeviceStatusChanged(static_cast<DEVICE_STATE_e>(1), "777");
     EXPECT_EQ(callback.seen, "1:777");
     EXPECT_EQ(LogCapture::count("not implemented"), 0u);
+}
+
+TEST(AVelCallBackCoreEngine, KeepsItsVirtualFunctionsInTheirPublishedSlots)
+{
+    using veltest::vtableSlot;
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvMVELReady), 2u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvFindTechnology), 3u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvReqConnect), 4u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvReqConnectWireless), 5u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvReqDisconnect), 6u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvReqDisconnectWireless), 7u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvReqDone), 8u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvReqCheckCapability), 9u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvReqCheckCapabilityWireless), 10u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvReqCheckCapabilityWirelessEx), 11u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvInfoLinkLoss), 12u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvInfoLinkLossIP), 13u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvChangedDeviceID), 14u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvOriginalDeviceInfo), 15u);
+    EXPECT_EQ(vtableSlot(&VelCallBackCoreEngine::onRcvDeviceStatusChanged), 16u);
 }

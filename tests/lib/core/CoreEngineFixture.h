@@ -14,6 +14,8 @@
 
 namespace coretest {
 
+using veltest::RecordingCoreEngineCallback;
+
 using namespace std::chrono_literals;
 
 // Generous bound for anything that crosses the bus and the simulator.

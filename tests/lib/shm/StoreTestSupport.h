@@ -8,7 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdio>
+#include <fstream>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
@@ -266,10 +268,27 @@ inline bool descriptorIsOpen(int _fd)
     return fcntl(_fd, F_GETFD) != -1;
 }
 
-// Whether [address, address + length) is mapped in this process.
+// Whether [address, address + length) is mapped in this process, read from
+// /proc/self/maps. (msync cannot tell: qemu-user keeps a 32-bit guest's whole
+// address space reserved on the host, so msync succeeds on unmapped ranges.)
 inline bool isMapped(void* _address, std::size_t _length)
 {
-    return msync(_address, _length, MS_ASYNC) == 0;
+    std::uintptr_t next = reinterpret_cast<std::uintptr_t>(_address);
+    const std::uintptr_t end = next + _length;
+    std::ifstream maps("/proc/self/maps");
+    std::string line;
+    // The lines are sorted by address; contiguous ranges cover the request.
+    while (next < end && std::getline(maps, line)) {
+        unsigned long long from = 0;
+        unsigned long long to = 0;
+        if (std::sscanf(line.c_str(), "%llx-%llx", &from, &to) != 2) {
+            continue;
+        }
+        if (from <= next && next < to) {
+            next = static_cast<std::uintptr_t>(to);
+        }
+    }
+    return next >= end;
 }
 
 // The service's semaphore, as the service creates it.

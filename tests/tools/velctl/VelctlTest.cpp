@@ -25,7 +25,8 @@ TEST(Velctl, ExplainsEveryKindAndTheExitStatusesWithHelp)
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
     for (const char* text : {"Usage: velctl [OPTIONS] <kind> <command> [ARGUMENTS]", "app ", "core ", "controller ",
-                             "--verbose", "--timeout", "--client-type", "Exit status:", "3  the service was not"}) {
+                             "--verbose", "--timeout", "--client-type", "Exit status:", "3  the service was not",
+                             "--log=WHERE"}) {
         EXPECT_NE(run.out.find(text), std::string::npos) << text;
     }
 }
@@ -92,6 +93,14 @@ TEST(Velctl, RefusesAnInvalidTimeout)
                        "invalid timeout 'ten' (seconds, 1 to 3600) (see velctl --help)");
     expectOneErrorLine(runVelctl({"core", "bt-mac", "-t"}), 2,
                        "option -t needs a number of seconds (see velctl --help)");
+}
+
+TEST(Velctl, RefusesAnUnknownLogDestination)
+{
+    expectOneErrorLine(runVelctl({"--log=syslog", "core", "bt-mac"}), 2,
+                       "invalid log destination 'syslog' (stderr, dlt or quiet) (see velctl --help)");
+    expectOneErrorLine(runVelctl({"core", "bt-mac", "--log"}), 2,
+                       "option --log needs stderr, dlt or quiet (see velctl --help)");
 }
 
 TEST(Velctl, RefusesBadNumbersAndArgumentCountsBeforeTouchingTheBus)

@@ -1,0 +1,13 @@
+#include "VelLibShmRelease.h"
+
+#include "ImplVelLibShm.h"
+#include "vel/VelLibShm.h"
+
+void VelLibShmRelease::releaseKeepingNames(VelLibShm* _reader)
+{
+    if (_reader == nullptr) {
+        return;
+    }
+    _reader->mpImpl->mKeepsNames = true;
+    delete _reader;
+}

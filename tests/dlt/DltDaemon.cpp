@@ -1,0 +1,109 @@
+#include "DltDaemon.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+
+#include "WaitUntil.h"
+
+namespace veltest {
+
+namespace {
+
+// A port the kernel has just found free on 127.0.0.1.
+int pickFreePort()
+{
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof(address);
+    int port = 0;
+    if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
+        port = ntohs(address.sin_port);
+    }
+    ::close(fd);
+    return port;
+}
+
+bool accepts(int port)
+{
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    const bool connected = ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+    ::close(fd);
+    return connected;
+}
+
+bool isFifo(const std::string& path)
+{
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0 && S_ISFIFO(info.st_mode);
+}
+
+} // namespace
+
+DltDaemon::DltDaemon() = default;
+
+DltDaemon::~DltDaemon()
+{
+    stop();
+}
+
+bool DltDaemon::start()
+{
+    mPort = pickFreePort();
+    const std::string config = mDir.file("dlt.conf");
+    {
+        std::ofstream out(config);
+        // The daemon's socket is IPv6 with IPv4 mapped: 127.0.0.1 is written so.
+        out << "Verbose = 0\n"
+               "ECUId = ECU1\n"
+               "SendContextRegistration = 1\n"
+               "BindAddress = ::ffff:127.0.0.1\n"
+               "UDPConnectionSetup = 0\n"
+               "ContextLogLevel = 4\n"
+               "ContextTraceStatus = 0\n"
+               "LoggingMode = 2\n"
+               "LoggingLevel = 6\n"
+               "LoggingFilename = "
+            << mDir.file("daemon.log") << "\nPersistanceStoragePath = " << mDir.path()
+            << "\nControlSocketPath = " << mDir.file("dlt-ctrl.sock") << "\n";
+    }
+    if (!mProcess.start({"/usr/bin/dlt-daemon", "-c", config, "-t", mDir.path(), "-p", std::to_string(mPort)},
+                        mDir.file("daemon.out"))) {
+        return false;
+    }
+    const std::string fifo = mDir.file("dlt");
+    const int port = mPort;
+    return waitUntil([&] { return isFifo(fifo) && accepts(port); }, std::chrono::seconds(10));
+}
+
+int DltDaemon::stop()
+{
+    return mProcess.stop();
+}
+
+bool DltDaemon::setLevel(const std::string& appId, const std::string& contextId, int level)
+{
+    ChildProcess control;
+    if (!control.start({"/usr/bin/dlt-control", "-p", std::to_string(mPort), "-a", appId, "-c", contextId, "-l",
+                        std::to_string(level), "127.0.0.1"},
+                       mDir.file("control.out"))) {
+        return false;
+    }
+    const int status = control.waitExit(std::chrono::seconds(20));
+    return status != -1 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+} // namespace veltest
