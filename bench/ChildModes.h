@@ -28,6 +28,10 @@ int runListenChild(SignalClient client, unsigned completions);
 // getInstance + doInitialize until onRcvMVELReady(true).
 int runReadyChild();
 
+// The same bus steps without the library, in the same order, until the
+// registration's reply (the floor under time to ready).
+int runReadyFloorChild();
+
 // Resident memory after ready ("lib"), or with only a connection and a proxy.
 int runMemoryChild(bool library);
 

@@ -57,7 +57,12 @@ void printMemory()
 int runReadyChild()
 {
     // The stated pause sits between the subscriptions and registerMe; the
-    // first line of registerMe marks its end.
+    // first line of registerMe marks its end. The other steps of start-up
+    // are marked by their first lines, named like the floor's steps.
+    static const char* const kSteps[] = {"Watching mvel D-Bus service name", "OnDBusNameAppeared()",
+                                         "[openProxy] openProxy()", "[checkProxyAvailable] "};
+    static const char* const kStepNames[] = {"watching_ms", "appeared_ms", "present_ms", "proxy_ms"};
+    watchTimeline(kSteps, sizeof(kSteps) / sizeof(kSteps[0]));
     startTimeline("[registerMe] ");
     const std::uint64_t start = nowNs();
     if (!startApplication("bench-ready")) {
@@ -70,6 +75,11 @@ int runReadyChild()
         std::printf("before_pause_ms %.3f\n", static_cast<double>(registerMe.previousNs - start) / 1e6);
         std::printf("pause_ms %.3f\n", static_cast<double>(registerMe.markNs - registerMe.previousNs) / 1e6);
         std::printf("after_pause_ms %.3f\n", static_cast<double>(ready - registerMe.markNs) / 1e6);
+    }
+    for (std::size_t step = 0; step < sizeof(kSteps) / sizeof(kSteps[0]); ++step) {
+        if (timelineTimeOf(step) != 0) {
+            std::printf("%s %.3f\n", kStepNames[step], static_cast<double>(timelineTimeOf(step) - start) / 1e6);
+        }
     }
     return 0;
 }

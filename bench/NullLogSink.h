@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace velbench {
@@ -18,5 +19,10 @@ struct TimelineMark {
 };
 void startTimeline(const char* marker);
 TimelineMark timelineMark();
+
+// Further markers for the same timeline, set before startTimeline(): when the
+// first line containing each arrived (0 if none did).
+void watchTimeline(const char* const* markers, std::size_t count);
+std::uint64_t timelineTimeOf(std::size_t index);
 
 } // namespace velbench

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace velbench {
 
@@ -22,5 +23,17 @@ std::string loadAverage();
 
 // The Markdown table of all figures with their targets, from Results.
 std::string markdownReport(const MachineInfo& machine, bool smoke);
+
+// One target as the report checked it: figure `key` against `limit`.
+struct TargetCheck {
+    std::string key;
+    double limit = 0;
+    std::string bound;  // "at_most" or "at_least"
+    double value = 0;   // NaN when not measured
+    bool met = false;
+};
+
+// Every target checked by markdownReport(), in the order of the table.
+std::vector<TargetCheck>& checkedTargets();
 
 } // namespace velbench

@@ -15,6 +15,8 @@ public:
     bool has(const std::string& key) const;
     // NaN when the figure is missing.
     double get(const std::string& key) const;
+    // Every figure, by key.
+    const std::map<std::string, double>& all() const { return mValues; }
 
     void recordFailure(const std::string& what);
     int failures() const;

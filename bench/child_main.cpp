@@ -49,6 +49,9 @@ int run(int argc, char** argv)
     if (argc == 4 && std::strcmp(argv[1], "listen") == 0) {
         return velbench::runListenChild(signalClient(argv[2]), argument(argv, 3));
     }
+    if (argc == 2 && std::strcmp(argv[1], "ready-floor") == 0) {
+        return velbench::runReadyFloorChild();
+    }
     if (argc == 2 && std::strcmp(argv[1], "ready") == 0) {
         return velbench::runReadyChild();
     }

@@ -19,6 +19,7 @@
 #include "BenchRegistry.h"
 #include "Report.h"
 #include "Results.h"
+#include "ResultsJson.h"
 #include "SimControl.h"
 
 namespace {
@@ -76,7 +77,9 @@ int main(int argc, char** argv)
     chosen.dltLogPath = VEL_BENCH_DLT_LOG_PATH;
     velbench::setOptions(chosen);
 
-    std::string outFlag = "--benchmark_out=" + outDir + "/results.json";
+    // Google Benchmark's own output, next to results.json, which holds the
+    // figures and the targets by name.
+    std::string outFlag = "--benchmark_out=" + outDir + "/benchmark.json";
     std::string formatFlag = "--benchmark_out_format=json";
     if (!outGiven) {
         benchmarkArgs.push_back(outFlag.data());
@@ -104,6 +107,7 @@ int main(int argc, char** argv)
 
     const std::string report = velbench::markdownReport(machine, smoke);
     std::ofstream(outDir + "/results.md") << report;
+    std::ofstream(outDir + "/results.json") << velbench::resultsJson(machine, smoke);
     std::printf("\n%s", report.c_str());
     benchmark::Shutdown();
     std::fflush(stdout);

@@ -10,8 +10,10 @@
 #include <utility>
 #include <vector>
 
+#include "BusTypeWarmUp.h"
 #include "DispatchGate.h"
 #include "ImplVelComProxy.h"
+#include "PresenceConnectionWarmUp.h"
 #include "ProxyReference.h"
 #include "VelComProxyLog.h"
 #include "vel/VelAgent.h"
@@ -108,6 +110,9 @@ void VelComProxy::runMainLoop(std::promise<void>* started)
     // the context alive, and the loop is never released while the process runs.
     g_main_context_unref(mMainContext);
     started->set_value();
+    // Done here, while the application has not yet asked for a connection,
+    // rather than on the way to ready.
+    vel_link::warmUpBusTypes();
     g_main_loop_run(loop);
     g_main_loop_unref(loop);
 }
@@ -150,6 +155,7 @@ bool VelComProxy::checkProxyAvailable()
 
 bool VelComProxy::prepareToCommunicateWithStub()
 {
+    vel_link::warmUpPresenceConnection();
     try {
         // The watch keeps calling the callbacks of destroyed proxies. Each
         // one carries the gate of its own proxy, so that it never reaches a

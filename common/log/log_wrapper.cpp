@@ -1,8 +1,10 @@
 #include "vel/OrnaLogWrapper.h"
 
+#include "line_buffer.h"
 #include "log_backend.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 
 namespace orna {
@@ -38,10 +40,37 @@ SinkCode sinkCodeFor(DltLogLevelType level)
     }
 }
 
-void deliver(DltLogLevelType level, const std::string& text)
+void deliver(DltLogLevelType level, const char* text)
 {
     const SinkCode code = sinkCodeFor(level);
-    vw_log_print(kSourcePath, "send_trc", code.line, code.severity, kModuleCode, 0, "%s", text.c_str());
+    vw_log_print(kSourcePath, "send_trc", code.line, code.severity, kModuleCode, 0, "%s", text);
+}
+
+// The message stream writes here; guarded by the wrapper's mutex like the
+// stream. Never destroyed, as static destructors may still log.
+LineBuffer& lineBuffer()
+{
+    static LineBuffer* buffer = new LineBuffer();
+    return *buffer;
+}
+
+// Texts and integers go straight into the line: they are most of every line,
+// and the stream's formatting machinery (sentry, locale facets) cost more
+// than the digits themselves. The text is the stream's default formatting
+// in the classic locale; like the stream, a bad stream writes nothing.
+void appendText(std::ostream& stream, const char* text, std::size_t length)
+{
+    if (stream.good()) {
+        lineBuffer().sputn(text, static_cast<std::streamsize>(length));
+    }
+}
+
+template <typename Integer>
+void appendInteger(std::ostream& stream, Integer value)
+{
+    char digits[24];
+    const std::to_chars_result written = std::to_chars(digits, digits + sizeof(digits), value);
+    appendText(stream, digits, static_cast<std::size_t>(written.ptr - digits));
 }
 
 } // namespace
@@ -63,6 +92,9 @@ OrnaLogWrapper* OrnaLogWrapper::instance(bool noDLT)
 OrnaLogWrapper::OrnaLogWrapper(bool noDLT)
     : mNoDLT(noDLT), mFirstContextId{0, 0, 0, 0}, mLevel(DLT_LOG_INFO), mpFirstContextDescription(nullptr)
 {
+    // Keeps the stream's formatting and state, writes into storage that
+    // lives from line to line.
+    static_cast<std::ostream&>(mStream).rdbuf(&lineBuffer());
     vw_log_print(kSourcePath, "OrnaLogWrapper", 305, 0x80, kModuleCode, 0, "%s", "Running with TRACE");
 }
 
@@ -81,7 +113,7 @@ void OrnaLogWrapper::enableNoDLTDebug(bool enable)
 void OrnaLogWrapper::emitOwnLine_l(DltLogLevelType level, const std::string& text)
 {
     if (__atomic_load_n(&mNoDLT, __ATOMIC_RELAXED) && isLogLevelEnabled(nullptr, level)) {
-        deliver(level, kOwnTag + text);
+        deliver(level, (kOwnTag + text).c_str());
     }
 }
 
@@ -157,17 +189,17 @@ void OrnaLogWrapper::init(DltLogLevelType level, DltContext* context)
 void OrnaLogWrapper::append(signed char value) { mStream << value; }
 void OrnaLogWrapper::append(unsigned char value) { mStream << value; }
 void OrnaLogWrapper::append(char value) { mStream << value; }
-void OrnaLogWrapper::append(short value) { mStream << value; }
-void OrnaLogWrapper::append(unsigned short value) { mStream << value; }
-void OrnaLogWrapper::append(int value) { mStream << value; }
-void OrnaLogWrapper::append(unsigned int value) { mStream << value; }
-void OrnaLogWrapper::append(long value) { mStream << value; }
-void OrnaLogWrapper::append(unsigned long value) { mStream << value; }
-void OrnaLogWrapper::append(long long value) { mStream << value; }
-void OrnaLogWrapper::append(unsigned long long value) { mStream << value; }
-void OrnaLogWrapper::append(bool value) { mStream << value; }
+void OrnaLogWrapper::append(short value) { appendInteger(mStream, value); }
+void OrnaLogWrapper::append(unsigned short value) { appendInteger(mStream, value); }
+void OrnaLogWrapper::append(int value) { appendInteger(mStream, value); }
+void OrnaLogWrapper::append(unsigned int value) { appendInteger(mStream, value); }
+void OrnaLogWrapper::append(long value) { appendInteger(mStream, value); }
+void OrnaLogWrapper::append(unsigned long value) { appendInteger(mStream, value); }
+void OrnaLogWrapper::append(long long value) { appendInteger(mStream, value); }
+void OrnaLogWrapper::append(unsigned long long value) { appendInteger(mStream, value); }
+void OrnaLogWrapper::append(bool value) { appendText(mStream, value ? "1" : "0", 1); }
 void OrnaLogWrapper::append(double value) { mStream << value; }
-void OrnaLogWrapper::append(const std::string& value) { mStream << value; }
+void OrnaLogWrapper::append(const std::string& value) { appendText(mStream, value.data(), value.size()); }
 void OrnaLogWrapper::append(const void* value) { mStream << value; }
 
 void OrnaLogWrapper::append(const char* value)
@@ -178,7 +210,7 @@ void OrnaLogWrapper::append(const char* value)
         mStream.setstate(std::ios::badbit);
         return;
     }
-    mStream << value;
+    appendText(mStream, value, std::strlen(value));
 }
 
 void OrnaLogWrapper::send()
@@ -186,7 +218,7 @@ void OrnaLogWrapper::send()
     if (__atomic_load_n(&mNoDLT, __ATOMIC_RELAXED)) {
         send_trc();
     }
-    mStream.str(std::string());
+    lineBuffer().reset();
     mStream.clear();
     setCurrentLogContext(nullptr);
     mMutex.unlock();
@@ -194,7 +226,7 @@ void OrnaLogWrapper::send()
 
 void OrnaLogWrapper::send_trc()
 {
-    deliver(mLevel, mStream.str());
+    deliver(mLevel, lineBuffer().text());
 }
 
 int OrnaLogWrapper::deinit()

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <streambuf>
+#include <vector>
+
+namespace orna {
+
+// The storage behind the wrapper's message stream. A string stream gives its
+// text back as a fresh copy and frees its storage when emptied, so each line
+// cost a few allocations; this buffer keeps its storage from line to line and
+// hands out the text in place.
+class LineBuffer : public std::streambuf {
+public:
+    LineBuffer();
+
+    // The line written since the last reset, terminated; valid until the
+    // next write.
+    const char* text();
+    void reset();
+
+protected:
+    int_type overflow(int_type ch) override;
+    std::streamsize xsputn(const char* text, std::streamsize count) override;
+
+private:
+    // Makes room for `more` further characters and the terminator.
+    void reserve(std::size_t more);
+
+    std::vector<char> mStorage;
+};
+
+} // namespace orna
