@@ -10,7 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include "BusTypeWarmUp.h"
 #include "DispatchGate.h"
 #include "ImplVelComProxy.h"
 #include "PresenceConnectionWarmUp.h"
@@ -110,9 +109,6 @@ void VelComProxy::runMainLoop(std::promise<void>* started)
     // the context alive, and the loop is never released while the process runs.
     g_main_context_unref(mMainContext);
     started->set_value();
-    // Done here, while the application has not yet asked for a connection,
-    // rather than on the way to ready.
-    vel_link::warmUpBusTypes();
     g_main_loop_run(loop);
     g_main_loop_unref(loop);
 }
