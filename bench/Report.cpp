@@ -13,6 +13,7 @@
 
 #include "BenchOptions.h"
 #include "Results.h"
+#include "ScaleReport.h"
 
 namespace velbench {
 
@@ -280,6 +281,7 @@ std::string markdownReport(const MachineInfo& machine, bool smoke)
     for (const auto& [label, value] : detailRows()) {
         out << "| " << label << " | " << value << " |\n";
     }
+    out << scaleReportSection(smoke);
     return out.str();
 }
 
