@@ -38,7 +38,7 @@ struct BenchOptions {
     // scaleDeliveriesPerSecond known lists a second (and each at most
     // scaleMaxNoticeRate): every notice is through before the next one.
     std::vector<int> scaleClients = {1, 4, 16, 32};
-    int scaleRounds = 3;
+    int scaleRounds = 5;
     int scaleWarmNotices = 5;
     int scaleNotices = 200;
     int scaleMaxNoticeRate = 200;

@@ -29,7 +29,8 @@ int runListenChild(SignalClient client, unsigned completions);
 // subscribed, "notices-done" after `notices` known lists and
 // "completions-done" after `completions` completions have reached its
 // callbacks; once its stdin closes, "clock_cpu_us" (its CPU time from ready to
-// the last completion), an "n <arrival ns>" line per list and a
+// the last completion; "clock_cpu_lists_us" and "clock_cpu_flood_us" split it
+// at the last list), an "n <arrival ns>" line per list and a
 // "c <sent ns> <arrival ns>" line per completion.
 int runScaleChild(SignalClient client, unsigned notices, unsigned completions);
 

@@ -73,6 +73,7 @@ int runScaleChild(SignalClient client, unsigned notices, unsigned completions)
                      notices);
         return 1;
     }
+    const std::uint64_t cpuAtNoticesDone = processCpuNs();
     say("notices-done");
     if (!setup.completions->waitFor(completions, kPhaseTimeoutMs)) {
         std::fprintf(stderr, "vel-bench-child: %zu of %u completions delivered\n", setup.completions->count(),
@@ -87,6 +88,8 @@ int runScaleChild(SignalClient client, unsigned notices, unsigned completions)
     waitForInputToClose();
 
     std::printf("clock_cpu_us %.1f\n", nsToUs(static_cast<double>(cpuAtEnd - cpuAtReady)));
+    std::printf("clock_cpu_lists_us %.1f\n", nsToUs(static_cast<double>(cpuAtNoticesDone - cpuAtReady)));
+    std::printf("clock_cpu_flood_us %.1f\n", nsToUs(static_cast<double>(cpuAtEnd - cpuAtNoticesDone)));
     for (const std::uint64_t arrival : setup.notices->arrivalTimes()) {
         std::printf("n %llu\n", static_cast<unsigned long long>(arrival));
     }

@@ -53,6 +53,8 @@ std::map<std::string, double> passFigures(const ScalePassFigures& pass)
         {"flood.p99_us", percentile(pass.floodLastUs, 99)},
         {"cpu_per_client_us", pass.cpuPerClientUs},
         {"clock_cpu_per_client_us", pass.clockCpuPerClientUs},
+        {"clock_cpu_per_list_us", pass.clockCpuPerListUs},
+        {"clock_cpu_per_completion_us", pass.clockCpuPerCompletionUs},
         {"bus_cpu_ms", pass.busCpuMs},
         {"rss_kib", pass.rssKiB},
         {"pass_s", pass.seconds},

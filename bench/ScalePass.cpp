@@ -202,6 +202,8 @@ bool runScalePass(const std::string& mode, const ScaleLoad& load, ScalePassFigur
     std::vector<Heard> heard;
     double cpuSumUs = 0.0;
     double clockCpuSumUs = 0.0;
+    double clockListsSumUs = 0.0;
+    double clockFloodSumUs = 0.0;
     double rssSumKiB = 0.0;
     for (std::size_t index = 0; index < clients.size(); ++index) {
         ChildResult result = clients[index]->finish(kFinishTimeoutMs);
@@ -212,11 +214,15 @@ bool runScalePass(const std::string& mode, const ScaleLoad& load, ScalePassFigur
         heard.push_back(parseHeard(result.output));
         cpuSumUs += nsToUs(static_cast<double>(cpuEnd[index] - cpuStart[index]));
         clockCpuSumUs += result.values["clock_cpu_us"];
+        clockListsSumUs += result.values["clock_cpu_lists_us"];
+        clockFloodSumUs += result.values["clock_cpu_flood_us"];
         rssSumKiB += result.values["rss_kib"];
     }
     const double count = static_cast<double>(clients.size());
     figures.cpuPerClientUs = cpuSumUs / count;
     figures.clockCpuPerClientUs = clockCpuSumUs / count;
+    figures.clockCpuPerListUs = clockListsSumUs / count / lists;
+    figures.clockCpuPerCompletionUs = load.completions > 0 ? clockFloodSumUs / count / load.completions : 0.0;
     figures.rssKiB = rssSumKiB / count;
     return lastClientLatencies(heard, emitted, load, figures, failure);
 }

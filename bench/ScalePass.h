@@ -21,6 +21,10 @@ struct ScalePassFigures {
     std::vector<double> floodLastUs;
     double cpuPerClientUs = 0.0;       // mean, utime + stime from /proc/<pid>/stat
     double clockCpuPerClientUs = 0.0;  // mean, each client's own CPU clock
+    // The same clock, per signal: over the notices (warm-up included) and
+    // over the flood.
+    double clockCpuPerListUs = 0.0;
+    double clockCpuPerCompletionUs = 0.0;
     double busCpuMs = 0.0;             // NaN when the daemon's PID is unknown
     double rssKiB = 0.0;               // mean VmRSS after ready
     double seconds = 0.0;              // from all clients ready to the last completion

@@ -105,6 +105,13 @@ std::string scaleReportSection(bool smoke)
             << pairCell(count, "clock_cpu_per_client_us", 0, "µs") << ") | " << pairCell(count, "bus_cpu_ms", 0, "ms")
             << " | " << pairCell(count, "rss_kib", 0, "KiB") << " | " << verdict(smoke, count) << " |\n";
     }
+    out << "\n| clients | CPU per known list per client (own clock, warm-up included): library / baseline | CPU per "
+           "completion of the flood per client | pass, ready to last completion |\n|---|---|---|---|\n";
+    for (const int count : clients) {
+        out << "| " << count << " | " << pairCell(count, "clock_cpu_per_list_us", 1, "µs") << " | "
+            << pairCell(count, "clock_cpu_per_completion_us", 1, "µs") << " | " << pairCell(count, "pass_s", 2, "s")
+            << " |\n";
+    }
     double seconds = 0.0;
     for (const int count : clients) {
         seconds += scaleFigure(count, "seconds");

@@ -33,6 +33,7 @@ plot data using 1:($6/1000) with linespoints ls 1 title "library p50", \
 set title "resident memory per client after ready (VmRSS)"
 set ylabel "MiB"
 set yrange [0:*]
+set key bottom right
 plot data using 1:($10/1024) with linespoints ls 1 title "library", \
      data using 1:($11/1024) with linespoints ls 2 title "baseline"
 
