@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <map>
 #include <string>
@@ -139,11 +140,12 @@ void scaleClients(benchmark::State& state, unsigned clients)
     results.set(prefix + "notice_rate", load.noticeRate);
     results.set(prefix + "rounds", options().scaleRounds);
     results.set(prefix + "seconds", static_cast<double>(nowNs() - start) / 1e9);
-    for (const char* counter : {"list.lib_p50_us", "list.raw_p50_us", "list.ratio_p50", "list.ratio_p99",
-                                "flood.lib_p50_us", "flood.raw_p50_us", "flood.ratio_p50", "flood.ratio_p99",
-                                "cpu_per_client_us.lib", "cpu_per_client_us.raw", "bus_cpu_ms.lib", "bus_cpu_ms.raw",
-                                "rss_kib.lib", "rss_kib.raw"}) {
-        state.counters[counter] = results.get(prefix + counter);
+    // Under their full names, so that results.json can be searched for the
+    // same keys as figures.json; a figure not taken (NaN) would not be JSON.
+    for (const auto& [key, value] : results.values()) {
+        if (key.compare(0, prefix.size(), prefix) == 0 && !std::isnan(value)) {
+            state.counters[key] = value;
+        }
     }
 }
 
