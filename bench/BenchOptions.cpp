@@ -26,6 +26,11 @@ BenchOptions BenchOptions::smokeRun()
     smoke.idleSeconds = 1;
     smoke.stderrBatches = 10;
     smoke.dltBatches = 10;
+    smoke.scaleClients = {1, 2};
+    smoke.scaleRounds = 1;
+    smoke.scaleWarmNotices = 1;
+    smoke.scaleNotices = 5;
+    smoke.scaleCompletions = 20;
     return smoke;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace velbench {
 
@@ -31,6 +32,18 @@ struct BenchOptions {
     int idleSeconds = 10;
     int stderrBatches = 5000;
     int dltBatches = 5000;
+    // Many clients on one bus: the numbers of processes, alternating rounds
+    // of a library pass and a baseline pass, and the load of each pass. The
+    // notices are paced so that all clients together get at most
+    // scaleDeliveriesPerSecond known lists a second (and each at most
+    // scaleMaxNoticeRate): every notice is through before the next one.
+    std::vector<int> scaleClients = {1, 4, 16, 32};
+    int scaleRounds = 5;
+    int scaleWarmNotices = 5;
+    int scaleNotices = 200;
+    int scaleMaxNoticeRate = 200;
+    int scaleDeliveriesPerSecond = 1600;
+    int scaleCompletions = 300;
 
     static BenchOptions smokeRun();
 };

@@ -7,6 +7,7 @@ namespace velbench {
 void registerMicroBenchmarks();
 void registerProcessBenchmarks();
 void registerLatencyBenchmarks();
+void registerScaleBenchmarks();
 void registerRequestBenchmarks();
 
 } // namespace velbench

@@ -25,6 +25,15 @@ int runSignalsChild(SignalClient client, unsigned completionCount, unsigned noti
 // "c <sent ns> <arrival ns>" lines.
 int runListenChild(SignalClient client, unsigned completions);
 
+// One of many clients on the bus at once: prints "rss_kib" and "ready" once
+// subscribed, "notices-done" after `notices` known lists and
+// "completions-done" after `completions` completions have reached its
+// callbacks; once its stdin closes, "clock_cpu_us" (its CPU time from ready to
+// the last completion; "clock_cpu_lists_us" and "clock_cpu_flood_us" split it
+// at the last list), an "n <arrival ns>" line per list and a
+// "c <sent ns> <arrival ns>" line per completion.
+int runScaleChild(SignalClient client, unsigned notices, unsigned completions);
+
 // getInstance + doInitialize until onRcvMVELReady(true).
 int runReadyChild();
 

@@ -42,7 +42,7 @@ std::uint64_t deadlineAfter(int timeoutMs)
 
 } // namespace
 
-ChildRun::ChildRun(const std::vector<std::string>& argv, bool discardStderr)
+ChildRun::ChildRun(const std::vector<std::string>& argv, bool discardStderr, bool feedInput)
     : mName(argv.empty() ? std::string() : argv[0])
 {
     int pipeFds[2];
@@ -50,9 +50,21 @@ ChildRun::ChildRun(const std::vector<std::string>& argv, bool discardStderr)
         std::perror("vel-bench: pipe2");
         return;
     }
+    // Close-on-exec on both ends: a child started later must not hold this
+    // child's input open, or its end would never come.
+    int inputFds[2] = {-1, -1};
+    if (feedInput && pipe2(inputFds, O_CLOEXEC) != 0) {
+        std::perror("vel-bench: pipe2");
+        close(pipeFds[0]);
+        close(pipeFds[1]);
+        return;
+    }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, pipeFds[1], STDOUT_FILENO);
+    if (feedInput) {
+        posix_spawn_file_actions_adddup2(&actions, inputFds[0], STDIN_FILENO);
+    }
     if (discardStderr) {
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     }
@@ -64,9 +76,14 @@ ChildRun::ChildRun(const std::vector<std::string>& argv, bool discardStderr)
     const int spawned = posix_spawn(&mPid, args[0], &actions, nullptr, args.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     close(pipeFds[1]);
+    if (feedInput) {
+        close(inputFds[0]);
+        mInput = inputFds[1];
+    }
     if (spawned != 0) {
         std::fprintf(stderr, "vel-bench: cannot start %s: errno %d\n", args[0], spawned);
         close(pipeFds[0]);
+        closeInput();
         mPid = -1;
         return;
     }
@@ -75,6 +92,7 @@ ChildRun::ChildRun(const std::vector<std::string>& argv, bool discardStderr)
 
 ChildRun::~ChildRun()
 {
+    closeInput();
     if (started() && !mReaped) {
         finish(0);
     }
@@ -83,6 +101,19 @@ ChildRun::~ChildRun()
 bool ChildRun::started() const
 {
     return mPid > 0;
+}
+
+pid_t ChildRun::pid() const
+{
+    return mPid;
+}
+
+void ChildRun::closeInput()
+{
+    if (mInput >= 0) {
+        close(mInput);
+        mInput = -1;
+    }
 }
 
 bool ChildRun::readSome(std::uint64_t deadlineNs)
@@ -134,6 +165,8 @@ bool ChildRun::waitForLine(const std::string& line, int timeoutMs)
 ChildResult ChildRun::finish(int timeoutMs)
 {
     ChildResult result;
+    // A child being finished is given nothing more to wait for.
+    closeInput();
     if (!started() || mReaped) {
         return result;
     }

@@ -17,19 +17,23 @@ struct ChildResult {
 
 // One benchmark child: started with its stdout on a pipe, read while it runs,
 // and always reaped by its PID. Stderr is inherited, or sent to /dev/null.
+// With `feedInput` its stdin is a pipe held open here until closeInput(), so
+// a child can wait for its end as the word to go on (or to leave).
 class ChildRun {
 public:
-    ChildRun(const std::vector<std::string>& argv, bool discardStderr);
+    ChildRun(const std::vector<std::string>& argv, bool discardStderr, bool feedInput = false);
     ~ChildRun();
 
     ChildRun(const ChildRun&) = delete;
     ChildRun& operator=(const ChildRun&) = delete;
 
     bool started() const;
+    pid_t pid() const;
+    void closeInput();
     // Reads until a line equal to `line` has arrived; false on timeout or end.
     bool waitForLine(const std::string& line, int timeoutMs);
-    // Reads to the end and reaps the child; one that outlives timeoutMs is
-    // killed by its PID and reported unfinished.
+    // Closes its input, reads to the end and reaps the child; one that
+    // outlives timeoutMs is killed by its PID and reported unfinished.
     ChildResult finish(int timeoutMs);
 
 private:
@@ -39,6 +43,7 @@ private:
     std::string mName;
     pid_t mPid = -1;
     int mOutput = -1;
+    int mInput = -1;
     std::string mBuffer;
     std::size_t mScanned = 0;
     bool mReaped = false;

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <sstream>
 
 namespace velbench {
 
@@ -26,6 +27,30 @@ std::uint64_t switchesOf(const std::string& statusPath)
 }
 
 } // namespace
+
+std::int64_t processCpuNsOf(int pid)
+{
+    std::ifstream statFile("/proc/" + std::to_string(pid) + "/stat");
+    std::string stat;
+    std::getline(statFile, stat);
+    // The command name may hold spaces and parentheses; the fields after its
+    // last ")" start with the state, field 3, so utime (14) is the 12th.
+    const std::size_t nameEnd = stat.rfind(')');
+    if (nameEnd == std::string::npos) {
+        return -1;
+    }
+    std::istringstream fields(stat.substr(nameEnd + 1));
+    std::string field;
+    for (int index = 3; index < 14 && (fields >> field); ++index) {
+    }
+    unsigned long long utime = 0;
+    unsigned long long stime = 0;
+    if (!(fields >> utime >> stime)) {
+        return -1;
+    }
+    const long ticksPerSecond = sysconf(_SC_CLK_TCK);
+    return static_cast<std::int64_t>((utime + stime) * 1000000000ull / static_cast<unsigned long long>(ticksPerSecond));
+}
 
 long statusKiB(const char* field)
 {

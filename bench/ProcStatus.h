@@ -6,6 +6,10 @@
 
 namespace velbench {
 
+// utime + stime of a whole process from /proc/<pid>/stat, in nanoseconds
+// (counted by the kernel in clock ticks, 10 ms here); -1 if unreadable.
+std::int64_t processCpuNsOf(int pid);
+
 // A field of /proc/self/status in kB (VmRSS, RssAnon, RssFile...); -1 if absent.
 long statusKiB(const char* field);
 

@@ -36,4 +36,8 @@ struct TargetCheck {
 // Every target checked by markdownReport(), in the order of the table.
 std::vector<TargetCheck>& checkedTargets();
 
+// Checks figure `key` against `limit` (at most, or at least) and keeps the
+// check for results.json; true when met.
+bool recordTarget(const std::string& key, double limit, bool atMost);
+
 } // namespace velbench

@@ -27,6 +27,11 @@ double Results::get(const std::string& key) const
     return found != mValues.end() ? found->second : std::nan("");
 }
 
+const std::map<std::string, double>& Results::values() const
+{
+    return mValues;
+}
+
 void Results::recordFailure(const std::string& what)
 {
     std::fprintf(stderr, "vel-bench: %s\n", what.c_str());

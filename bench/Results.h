@@ -15,8 +15,7 @@ public:
     bool has(const std::string& key) const;
     // NaN when the figure is missing.
     double get(const std::string& key) const;
-    // Every figure, by key.
-    const std::map<std::string, double>& all() const { return mValues; }
+    const std::map<std::string, double>& values() const;
 
     void recordFailure(const std::string& what);
     int failures() const;

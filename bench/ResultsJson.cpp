@@ -49,7 +49,7 @@ std::string resultsJson(const MachineInfo& machine, bool smoke)
 
     json_builder_set_member_name(builder, "figures");
     json_builder_begin_object(builder);
-    for (const auto& [key, value] : Results::instance().all()) {
+    for (const auto& [key, value] : Results::instance().values()) {
         addNumber(builder, key, value);
     }
     json_builder_end_object(builder);

@@ -2,6 +2,7 @@
 // their own, started and reaped by vel-bench.
 //   vel-bench-child signals lib|raw|raw+proxy COMPLETIONS NOTICES NOTICE_RATE
 //   vel-bench-child listen lib|raw|raw+proxy COMPLETIONS
+//   vel-bench-child scale lib|raw|raw+proxy NOTICES COMPLETIONS
 //   vel-bench-child ready
 //   vel-bench-child memory lib|raw
 //   vel-bench-child idle SECONDS
@@ -34,6 +35,7 @@ int usage()
 {
     std::fprintf(stderr, "usage: vel-bench-child signals lib|raw|raw+proxy COMPLETIONS NOTICES NOTICE_RATE\n"
                          "       vel-bench-child listen lib|raw|raw+proxy COMPLETIONS\n"
+                         "       vel-bench-child scale lib|raw|raw+proxy NOTICES COMPLETIONS\n"
                          "       vel-bench-child ready\n"
                          "       vel-bench-child memory lib|raw\n"
                          "       vel-bench-child idle SECONDS\n");
@@ -51,6 +53,9 @@ int run(int argc, char** argv)
     }
     if (argc == 2 && std::strcmp(argv[1], "ready-floor") == 0) {
         return velbench::runReadyFloorChild();
+    }
+    if (argc == 5 && std::strcmp(argv[1], "scale") == 0) {
+        return velbench::runScaleChild(signalClient(argv[2]), argument(argv, 3), argument(argv, 4));
     }
     if (argc == 2 && std::strcmp(argv[1], "ready") == 0) {
         return velbench::runReadyChild();

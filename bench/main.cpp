@@ -1,7 +1,9 @@
 // vel-bench: libvel against raw GDBus, side by side in one run, against the
 // simulator on the bus named by DBUS_SYSTEM_BUS_ADDRESS (scripts/bench sets
 // both up). Writes results.md (the table) and results.json (Google
-// Benchmark's raw output) into the output directory.
+// Benchmark's raw output), figures.json (every figure by name) and, when the
+// scale benchmark ran, scale.dat (its figures by number of clients, for the
+// plot) into the output directory.
 //
 //   vel-bench [--smoke] [--out-dir=DIR] [Google Benchmark flags]
 
@@ -20,6 +22,7 @@
 #include "Report.h"
 #include "Results.h"
 #include "ResultsJson.h"
+#include "ScaleReport.h"
 #include "SimControl.h"
 
 namespace {
@@ -96,11 +99,13 @@ int main(int argc, char** argv)
     if (!publishKnownList()) {
         return 1;
     }
-    // Run order: costs without the bus, then processes of their own, then the
-    // requests, whose clients stay in this process until it ends.
+    // Run order: costs without the bus, then processes of their own (many at
+    // once last), then the requests, whose clients stay in this process until
+    // it ends.
     velbench::registerMicroBenchmarks();
     velbench::registerProcessBenchmarks();
     velbench::registerLatencyBenchmarks();
+    velbench::registerScaleBenchmarks();
     velbench::registerRequestBenchmarks();
     benchmark::RunSpecifiedBenchmarks();
     machine.loadAtEnd = velbench::loadAverage();
@@ -108,6 +113,9 @@ int main(int argc, char** argv)
     const std::string report = velbench::markdownReport(machine, smoke);
     std::ofstream(outDir + "/results.md") << report;
     std::ofstream(outDir + "/results.json") << velbench::resultsJson(machine, smoke);
+    // scripts/bench plots it; a run without the scale benchmark leaves none.
+    std::remove((outDir + "/scale.dat").c_str());
+    velbench::writeScaleData(outDir + "/scale.dat");
     std::printf("\n%s", report.c_str());
     benchmark::Shutdown();
     std::fflush(stdout);

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace velbench {
+
+// The scale benchmark's table for results.md; empty when it did not run.
+std::string scaleReportSection(bool smoke);
+
+// One line per number of clients, for scripts/bench's plot (gnuplot);
+// false, and no file, when the scale benchmark did not run.
+bool writeScaleData(const std::string& path);
+
+} // namespace velbench
