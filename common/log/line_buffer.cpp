@@ -28,11 +28,8 @@ void LineBuffer::reset()
     setp(pbase(), epptr());
 }
 
-void LineBuffer::reserve(std::size_t more)
+void LineBuffer::grow(std::size_t more)
 {
-    if (static_cast<std::size_t>(epptr() - pptr()) >= more) {
-        return;
-    }
     const std::size_t used = static_cast<std::size_t>(pptr() - pbase());
     mStorage.resize(std::max(mStorage.size() * 2, used + more + 1));
     setp(mStorage.data(), mStorage.data() + mStorage.size() - 1);

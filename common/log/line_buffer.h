@@ -24,8 +24,15 @@ protected:
     std::streamsize xsputn(const char* text, std::streamsize count) override;
 
 private:
-    // Makes room for `more` further characters and the terminator.
-    void reserve(std::size_t more);
+    // Makes room for `more` further characters and the terminator; inline,
+    // as a line almost always fits.
+    void reserve(std::size_t more)
+    {
+        if (static_cast<std::size_t>(epptr() - pptr()) < more) {
+            grow(more);
+        }
+    }
+    void grow(std::size_t more);
 
     std::vector<char> mStorage;
 };

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <map>
 #include <regex>
 #include <thread>
@@ -92,6 +93,26 @@ TEST_F(ALogWrapper, WritesEachPieceTypeWithTheStreamsDefaultFormatting)
 
     ASSERT_EQ(LogCapture::texts(),
               std::vector<std::string>{"ab-34-12-20000000004000000000-5000000000600000000010|str"});
+}
+
+TEST_F(ALogWrapper, WritesTheExtremesOfEveryIntegerTypeInDecimal)
+{
+    orna::log(&gTestContext, DLT_LOG_INFO, std::numeric_limits<short>::min(), " ",
+              std::numeric_limits<unsigned short>::max(), " ", std::numeric_limits<int>::min(), " ",
+              std::numeric_limits<unsigned int>::max(), " ", std::numeric_limits<long long>::min(), " ",
+              std::numeric_limits<unsigned long long>::max(), " ", 0);
+
+    ASSERT_EQ(LogCapture::texts(), std::vector<std::string>{"-32768 65535 -2147483648 4294967295 "
+                                                            "-9223372036854775808 18446744073709551615 0"});
+}
+
+TEST_F(ALogWrapper, DeliversALineLongerThanAnyBeforeItWholeAndTheNextOneAlone)
+{
+    const std::string longPiece(5000, 'x');
+    orna::log(&gTestContext, DLT_LOG_INFO, "head:", longPiece, ":", 42, ":tail");
+    orna::log(&gTestContext, DLT_LOG_INFO, "short");
+
+    ASSERT_EQ(LogCapture::texts(), (std::vector<std::string>{"head:" + longPiece + ":42:tail", "short"}));
 }
 
 TEST_F(ALogWrapper, KeepsWhatCameBeforeANullTextAndLeavesTheNextMessageUnaffected)
