@@ -1,8 +1,8 @@
 // vel-bench: libvel against raw GDBus, side by side in one run, against the
 // simulator on the bus named by DBUS_SYSTEM_BUS_ADDRESS (scripts/bench sets
-// both up). Writes results.md (the table) and results.json (Google
-// Benchmark's raw output), figures.json (every figure by name) and, when the
-// scale benchmark ran, scale.dat (its figures by number of clients, for the
+// both up). Writes results.md (the table), results.json (every figure and
+// target by name), benchmark.json (Google Benchmark's raw output) and, when
+// the scale benchmark ran, scale.dat (its figures by number of clients, for the
 // plot) into the output directory.
 //
 //   vel-bench [--smoke] [--out-dir=DIR] [Google Benchmark flags]
