@@ -1,4 +1,5 @@
 #include <dbus/dbus.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -352,4 +353,68 @@ TEST_F(AClientProxyWithService, SkipsRegistrationWhenTheFacadeCannotSubscribe)
     EXPECT_EQ(facade.mSubscribeCalls.load(), 1);
     EXPECT_EQ(sim.countLog("call registerMe"), 0u);
     EXPECT_EQ(agent.events(), std::vector<bool>{true});
+}
+
+namespace {
+
+// Unique names on the bus held by this process, the test's own connection
+// left out.
+std::size_t connectionsOfThisProcess(veltest::PrivateBus& bus)
+{
+    GDBusConnection* connection = bus.testConnection();
+    GVariant* names = g_dbus_connection_call_sync(connection, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                                  "org.freedesktop.DBus", "ListNames", nullptr,
+                                                  G_VARIANT_TYPE("(as)"), G_DBUS_CALL_FLAGS_NONE, 5000, nullptr,
+                                                  nullptr);
+    if (names == nullptr) {
+        return 0;
+    }
+    const std::string own = g_dbus_connection_get_unique_name(connection);
+    std::size_t count = 0;
+    GVariantIter* iter = nullptr;
+    const gchar* name = nullptr;
+    g_variant_get(names, "(as)", &iter);
+    while (g_variant_iter_next(iter, "&s", &name)) {
+        if (name[0] != ':' || own == name) {
+            continue;
+        }
+        GVariant* pid = g_dbus_connection_call_sync(
+            connection, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+            "GetConnectionUnixProcessID", g_variant_new("(s)", name), G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE,
+            5000, nullptr, nullptr);
+        if (pid != nullptr) {
+            guint32 value = 0;
+            g_variant_get(pid, "(u)", &value);
+            count += static_cast<pid_t>(value) == getpid() ? 1 : 0;
+            g_variant_unref(pid);
+        }
+    }
+    g_variant_iter_free(iter);
+    g_variant_unref(names);
+    return count;
+}
+
+} // namespace
+
+TEST_F(AClientProxyWithService, HasItsPresenceConnectionReadyBeforeTheServiceAppears)
+{
+    TestFacade& facade = makeFacade();
+
+    ASSERT_TRUE(facade.doInitialize());
+
+    // The watch's GDBus connection and libdbus's shared connection for the
+    // presence check, both opened while nothing owns the service's name.
+    EXPECT_TRUE(veltest::waitUntil([&] { return connectionsOfThisProcess(bus) == 2; }, std::chrono::seconds(10)));
+    ASSERT_TRUE(waitForEvents(1));
+    EXPECT_EQ(agent.events(), std::vector<bool>{false});
+    EXPECT_EQ(LogCapture::count("checkDbusServiceRegistered()"), 0u);
+
+    // When the service comes, the check uses that connection and the client
+    // registers as before, without a further connection.
+    ASSERT_TRUE(sim.start());
+    ASSERT_TRUE(waitForEvents(2));
+    EXPECT_EQ(agent.events(), (std::vector<bool>{false, true}));
+    EXPECT_EQ(sim.countLog(registerCall(100, "client")), 1u);
+    EXPECT_EQ(connectionsOfThisProcess(bus), 2u);
+    EXPECT_EQ(countErrors(), 0u);
 }
