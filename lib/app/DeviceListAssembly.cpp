@@ -178,7 +178,9 @@ bool VelComProxyApp::ImplVelComProxyApp::composeDeviceListToIncludeValidItemOnly
     if (validCount == 0) {
         return true;
     }
-    mpValidKnownDeviceArray = allocateDeviceRecords(validCount * sizeof(DEVICE));
+    // Every byte is copied over right below; zeroing it first would be a
+    // second pass over up to a whole list for nothing.
+    mpValidKnownDeviceArray = allocateUninitialisedDeviceRecords(validCount * sizeof(DEVICE));
     if (mpValidKnownDeviceArray == nullptr) {
         VEL_APP_LOG(DLT_LOG_ERROR, mName, "@@@ ERR. No memory for ", validCount, " valid device records! Return!");
         return false;

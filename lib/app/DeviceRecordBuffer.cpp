@@ -76,7 +76,7 @@ bool returnWholeListBlock(void* memory)
 
 } // namespace
 
-DEVICE* allocateDeviceRecords(std::size_t bytes)
+DEVICE* allocateUninitialisedDeviceRecords(std::size_t bytes)
 {
     if (bytes == 0) {
         return nullptr;
@@ -88,11 +88,17 @@ DEVICE* allocateDeviceRecords(std::size_t bytes)
     } else if (posix_memalign(&memory, kPageSize, rounded) != 0) {
         memory = nullptr;
     }
-    if (memory == nullptr) {
-        return nullptr;
-    }
-    std::memset(memory, 0, rounded);
     return static_cast<DEVICE*>(memory);
+}
+
+DEVICE* allocateDeviceRecords(std::size_t bytes)
+{
+    DEVICE* records = allocateUninitialisedDeviceRecords(bytes);
+    if (records != nullptr) {
+        // Only what was asked for: the rest of the block is never read.
+        std::memset(static_cast<void*>(records), 0, bytes);
+    }
+    return records;
 }
 
 void freeDeviceRecords(DEVICE*& records)
