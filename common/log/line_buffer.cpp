@@ -33,13 +33,17 @@ void LineBuffer::grow(std::size_t more)
     const std::size_t used = static_cast<std::size_t>(pptr() - pbase());
     mStorage.resize(std::max(mStorage.size() * 2, used + more + 1));
     setp(mStorage.data(), mStorage.data() + mStorage.size() - 1);
-    // pbump takes an int; a line longer than that does not occur, but the
-    // position is restored in steps all the same.
-    std::size_t position = used;
-    while (position > 0) {
-        const int step = static_cast<int>(std::min<std::size_t>(position, 1u << 30));
+    advance(used);
+}
+
+void LineBuffer::advance(std::size_t count)
+{
+    // pbump takes an int; a line that long does not occur, but the position
+    // moves in steps all the same.
+    while (count > 0) {
+        const int step = static_cast<int>(std::min<std::size_t>(count, 1u << 30));
         pbump(step);
-        position -= static_cast<std::size_t>(step);
+        count -= static_cast<std::size_t>(step);
     }
 }
 
@@ -62,12 +66,7 @@ std::streamsize LineBuffer::xsputn(const char* text, std::streamsize count)
     const auto length = static_cast<std::size_t>(count);
     reserve(length);
     std::memcpy(pptr(), text, length);
-    std::size_t position = length;
-    while (position > 0) {
-        const int step = static_cast<int>(std::min<std::size_t>(position, 1u << 30));
-        pbump(step);
-        position -= static_cast<std::size_t>(step);
-    }
+    advance(length);
     return count;
 }
 

@@ -33,6 +33,8 @@ private:
         }
     }
     void grow(std::size_t more);
+    // Moves the write position on by `count` characters.
+    void advance(std::size_t count);
 
     std::vector<char> mStorage;
 };
