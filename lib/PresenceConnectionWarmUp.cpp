@@ -2,29 +2,13 @@
 
 #include <dbus/dbus.h>
 
-#include <future>
 #include <mutex>
 #include <system_error>
+#include <thread>
 
 namespace vel_link {
 
 namespace {
-
-std::mutex& warmUpMutex()
-{
-    static std::mutex mutex;
-    return mutex;
-}
-
-// Never destroyed: a process may end while the warm-up still runs, and
-// destroying the future would then wait for a bus that may not answer. A
-// presence check that comes while it runs simply waits inside dbus_bus_get
-// for the same connection.
-std::shared_future<void>& warmUp()
-{
-    static auto* future = new std::shared_future<void>();
-    return *future;
-}
 
 void openSharedConnection()
 {
@@ -46,15 +30,18 @@ void openSharedConnection()
 
 void warmUpPresenceConnection()
 {
-    std::lock_guard<std::mutex> lock(warmUpMutex());
-    if (warmUp().valid()) {
-        return;
-    }
-    try {
-        warmUp() = std::async(std::launch::async, &openSharedConnection).share();
-    } catch (const std::system_error&) {
-        // No thread to spare: the presence check opens the connection itself.
-    }
+    static std::once_flag once;
+    std::call_once(once, [] {
+        // Detached: nobody waits for it. A presence check that comes while it
+        // runs waits inside dbus_bus_get for the same connection, and a
+        // process that ends meanwhile need not wait for a bus that may not
+        // answer.
+        try {
+            std::thread(&openSharedConnection).detach();
+        } catch (const std::system_error&) {
+            // No thread to spare: the presence check opens the connection itself.
+        }
+    });
 }
 
 } // namespace vel_link
