@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace orna {
+namespace vel_log {
 
 namespace {
 
@@ -70,4 +70,4 @@ std::streamsize LineBuffer::xsputn(const char* text, std::streamsize count)
     return count;
 }
 
-} // namespace orna
+} // namespace vel_log

@@ -4,7 +4,7 @@
 #include <streambuf>
 #include <vector>
 
-namespace orna {
+namespace vel_log {
 
 // The storage behind the wrapper's message stream. A string stream gives its
 // text back as a fresh copy and frees its storage when emptied, so each line
@@ -39,4 +39,4 @@ private:
     std::vector<char> mStorage;
 };
 
-} // namespace orna
+} // namespace vel_log

@@ -48,9 +48,9 @@ void deliver(DltLogLevelType level, const char* text)
 
 // The message stream writes here; guarded by the wrapper's mutex like the
 // stream. Never destroyed, as static destructors may still log.
-LineBuffer& lineBuffer()
+vel_log::LineBuffer& lineBuffer()
 {
-    static LineBuffer* buffer = new LineBuffer();
+    static auto* buffer = new vel_log::LineBuffer();
     return *buffer;
 }
 
