@@ -23,12 +23,20 @@ std::vector<TargetCheck>& checkedTargets()
     return checks;
 }
 
-bool recordTarget(const std::string& key, double limit, bool atMost)
+TargetCheck recordTarget(const std::string& key, double limit, bool atMost)
 {
     const double value = Results::instance().get(key);
     const bool met = !std::isnan(value) && (atMost ? value <= limit : value >= limit);
     checkedTargets().push_back({key, limit, atMost ? "at_most" : "at_least", value, met});
-    return met;
+    return checkedTargets().back();
+}
+
+std::string verdictWord(const TargetCheck& check)
+{
+    if (std::isnan(check.value)) {
+        return "not measured";
+    }
+    return check.met ? "met" : "**missed**";
 }
 
 namespace {
@@ -61,30 +69,17 @@ struct Row {
     std::string verdict;
 };
 
-void noteTarget(const char* key, double limit, Bound bound)
-{
-    recordTarget(key, limit, bound == Bound::AtMost);
-}
-
+// The first target a row misses decides its verdict.
 std::string verdictFor(bool smoke, std::initializer_list<std::pair<const char*, double>> checks, Bound bound)
 {
+    std::string verdict = "met";
     for (const auto& [key, limit] : checks) {
-        noteTarget(key, limit, bound);
-    }
-    if (smoke) {
-        return "smoke";
-    }
-    for (const auto& [key, limit] : checks) {
-        const double value = Results::instance().get(key);
-        if (std::isnan(value)) {
-            return "not measured";
-        }
-        const bool met = bound == Bound::AtMost ? value <= limit : value >= limit;
-        if (!met) {
-            return "**missed**";
+        const TargetCheck check = recordTarget(key, limit, bound == Bound::AtMost);
+        if (verdict == "met") {
+            verdict = verdictWord(check);
         }
     }
-    return "met";
+    return smoke ? "smoke" : verdict;
 }
 
 // A rate measured by the wall clock swings with whatever else the machine

@@ -37,7 +37,10 @@ struct TargetCheck {
 std::vector<TargetCheck>& checkedTargets();
 
 // Checks figure `key` against `limit` (at most, or at least) and keeps the
-// check for results.json; true when met.
-bool recordTarget(const std::string& key, double limit, bool atMost);
+// check for results.json.
+TargetCheck recordTarget(const std::string& key, double limit, bool atMost);
+
+// "met", "**missed**" or "not measured", as the table writes a verdict.
+std::string verdictWord(const TargetCheck& check);
 
 } // namespace velbench

@@ -62,19 +62,13 @@ std::string pairCell(int clients, const char* figure, int decimals, const char* 
 
 std::string verdict(bool smoke, int clients)
 {
-    for (const char* kind : {"list", "flood"}) {
-        recordTarget("scale." + std::to_string(clients) + "." + kind + ".ratio_p50", kRatioTarget, true);
-    }
-    if (smoke) {
-        return "smoke";
-    }
     std::string text;
     for (const char* kind : {"list", "flood"}) {
-        const double ratio = scaleFigure(clients, std::string(kind) + ".ratio_p50");
-        const std::string word = std::isnan(ratio) ? "not measured" : ratio <= kRatioTarget ? "met" : "**missed**";
-        text += (text.empty() ? "" : ", ") + std::string(kind) + " " + word;
+        const TargetCheck check =
+            recordTarget("scale." + std::to_string(clients) + "." + kind + ".ratio_p50", kRatioTarget, true);
+        text += (text.empty() ? "" : ", ") + std::string(kind) + " " + verdictWord(check);
     }
-    return text;
+    return smoke ? "smoke" : text;
 }
 
 } // namespace
