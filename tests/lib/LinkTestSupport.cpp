@@ -24,9 +24,20 @@ std::string proxyLine(const std::string& clientName, const std::string& function
 
 namespace {
 
+// Each flush takes a ticket and the idle marks it done. Both counters live
+// for the whole process: they need no allocation that a timed-out wait would
+// have to leave behind, and ThreadSanitizer, which cannot see the ordering
+// GLib's own locks give, sees nothing written before the idle but these
+// statically initialised atomics.
+std::atomic<guint> gLastTicket{0};
+std::atomic<guint> gLastTicketDone{0};
+
 gboolean markDone(gpointer data)
 {
-    static_cast<std::atomic<bool>*>(data)->store(true);
+    const guint ticket = GPOINTER_TO_UINT(data);
+    guint done = gLastTicketDone.load();
+    while (done < ticket && !gLastTicketDone.compare_exchange_weak(done, ticket)) {
+    }
     return G_SOURCE_REMOVE;
 }
 
@@ -34,14 +45,9 @@ gboolean markDone(gpointer data)
 
 bool flushDefaultContext(std::chrono::milliseconds timeout)
 {
-    // Heap-held: if the wait times out the idle may still run later.
-    auto* done = new std::atomic<bool>(false);
-    g_idle_add(markDone, done);
-    const bool ran = veltest::waitUntil([done] { return done->load(); }, timeout);
-    if (ran) {
-        delete done;
-    }
-    return ran;
+    const guint ticket = ++gLastTicket;
+    g_idle_add(markDone, GUINT_TO_POINTER(ticket));
+    return veltest::waitUntil([ticket] { return gLastTicketDone.load() >= ticket; }, timeout);
 }
 
 int indexOfLine(const std::string& text, int from)
