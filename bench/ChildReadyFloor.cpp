@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <mutex>
+#include <utility>
 
 #include "BenchClock.h"
 #include "ChildModes.h"
@@ -22,17 +23,22 @@ namespace {
 constexpr const char* kServiceName = "com.qor.vel_communicator";
 constexpr int kTimeoutMs = 20000;
 
+// When each step ended, on the clock of nowNs(); 0 for a step not reached.
+struct FloorSteps {
+    std::uint64_t appearedNs = 0;
+    std::uint64_t presentNs = 0;
+    std::uint64_t proxyNs = 0;
+    std::uint64_t subscribedNs = 0;
+    std::uint64_t readyNs = 0;
+};
+
 struct FloorRun {
     std::mutex mutex;
     std::condition_variable changed;
     bool done = false;
     bool ok = false;
     std::uint64_t connectedNs = 0;
-    std::uint64_t appearedNs = 0;
-    std::uint64_t presentNs = 0;
-    std::uint64_t proxyNs = 0;
-    std::uint64_t subscribedNs = 0;
-    std::uint64_t readyNs = 0;
+    FloorSteps steps;
 };
 
 void ignoreSignal(GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GVariant*, gpointer) {}
@@ -56,39 +62,32 @@ bool presenceCheck()
 void onAppeared(GDBusConnection*, const gchar*, const gchar*, gpointer data)
 {
     auto* run = static_cast<FloorRun*>(data);
-    const std::uint64_t appearedNs = nowNs();
+    FloorSteps steps;
+    steps.appearedNs = nowNs();
     bool ok = false;
-    std::uint64_t presentNs = 0;
-    std::uint64_t proxyNs = 0;
-    std::uint64_t subscribedNs = 0;
-    std::uint64_t readyNs = 0;
-    ComQorVel_communicator* proxy = nullptr;
     const bool present = presenceCheck();
-    presentNs = nowNs();
-    if (present && (proxy = makeRawProxy()) != nullptr) {
-        proxyNs = nowNs();
+    steps.presentNs = nowNs();
+    ComQorVel_communicator* proxy = present ? makeRawProxy() : nullptr;
+    if (proxy != nullptr) {
+        steps.proxyNs = nowNs();
         GDBusConnection* connection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, nullptr);
         for (const char* member : {"appRequestDone", "checkFuncOpModeDone", "noticeToApp", "noticeTechActiveInfo"}) {
             g_dbus_connection_signal_subscribe(connection, nullptr, kServiceName, member, "/com/qor/vel_communicator",
                                                nullptr, G_DBUS_SIGNAL_FLAGS_NONE, &ignoreSignal, nullptr, nullptr);
         }
-        subscribedNs = nowNs();
+        steps.subscribedNs = nowNs();
         const struct timespec pause = {0, 10000000L};
         nanosleep(&pause, nullptr);
         gboolean registered = FALSE;
         ok = com_qor_vel_communicator_call_register_me_sync(proxy, CLIENT_TYPE_APPLICATION_FIRST, "bench-floor",
                                                             &registered, nullptr, nullptr) != FALSE;
-        readyNs = nowNs();
+        steps.readyNs = nowNs();
     }
     std::lock_guard<std::mutex> lock(run->mutex);
     if (!run->done) {
         run->done = true;
         run->ok = ok;
-        run->appearedNs = appearedNs;
-        run->presentNs = presentNs;
-        run->proxyNs = proxyNs;
-        run->subscribedNs = subscribedNs;
-        run->readyNs = readyNs;
+        run->steps = steps;
         run->changed.notify_all();
     }
 }
@@ -116,13 +115,17 @@ int runReadyFloorChild()
         std::fprintf(stderr, "vel-bench-child: the floor run never registered\n");
         return 1;
     }
-    const auto sinceStart = [start](std::uint64_t ns) { return static_cast<double>(ns - start) / 1e6; };
-    std::printf("floor_connected_ms %.3f\n", sinceStart(run.connectedNs));
-    std::printf("floor_appeared_ms %.3f\n", sinceStart(run.appearedNs));
-    std::printf("floor_present_ms %.3f\n", sinceStart(run.presentNs));
-    std::printf("floor_proxy_ms %.3f\n", sinceStart(run.proxyNs));
-    std::printf("floor_subscribed_ms %.3f\n", static_cast<double>(run.subscribedNs - start) / 1e6);
-    std::printf("floor_ready_ms %.3f\n", static_cast<double>(run.readyNs - start) / 1e6);
+    const std::pair<const char*, std::uint64_t> printed[] = {
+        {"floor_connected_ms", run.connectedNs},
+        {"floor_appeared_ms", run.steps.appearedNs},
+        {"floor_present_ms", run.steps.presentNs},
+        {"floor_proxy_ms", run.steps.proxyNs},
+        {"floor_subscribed_ms", run.steps.subscribedNs},
+        {"floor_ready_ms", run.steps.readyNs},
+    };
+    for (const auto& [name, ns] : printed) {
+        std::printf("%s %.3f\n", name, static_cast<double>(ns - start) / 1e6);
+    }
     return 0;
 }
 

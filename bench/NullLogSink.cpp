@@ -21,6 +21,7 @@ constexpr std::size_t kMaxWatched = 8;
 const char* gWatched[kMaxWatched] = {};
 std::uint64_t gWatchedNs[kMaxWatched] = {};
 std::size_t gWatchedCount = 0;
+std::uint64_t gTimelineStartNs = 0;
 
 // VEL_BENCH_TRACE=1 prints every line with its time since startTimeline(),
 // to see where a start-up spends its time.
@@ -29,7 +30,6 @@ bool tracing()
     static const bool enabled = std::getenv("VEL_BENCH_TRACE") != nullptr;
     return enabled;
 }
-std::uint64_t gTimelineStartNs = 0;
 
 void noteLine(const char* text)
 {
