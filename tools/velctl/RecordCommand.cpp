@@ -15,6 +15,7 @@
 
 #include "Commands.h"
 #include "Exit.h"
+#include "Pseudonymiser.h"
 #include "RecordingFormat.h"
 #include "RecordingWriter.h"
 #include "vel/VelLibShm.h"
@@ -39,6 +40,8 @@ struct Recorder {
     // Created at the first list notice: the store may not exist before.
     // Never destroyed, because a reader that goes removes the store's names.
     VelLibShm* reader = nullptr;
+    // Null when the user asked to keep personal information.
+    std::unique_ptr<velrec::Pseudonymiser> pseudonymiser;
 };
 
 Recorder* gRecorder = nullptr;
@@ -158,6 +161,9 @@ GDBusMessage* onMessage(GDBusConnection*, GDBusMessage* message, gboolean incomi
     event.monoNs = velrec::monotonicNs();
     event.wall = velrec::wallNow();
     if (describe(recorder, message, event)) {
+        if (recorder.pseudonymiser) {
+            recorder.pseudonymiser->scrubEvent(event);
+        }
         recorder.writer.append(velrec::eventLine(event));
     }
     g_object_unref(message);
@@ -265,6 +271,12 @@ std::string hostName()
     header.host = hostName();
     header.monoNs = velrec::monotonicNs();
     header.wall = velrec::wallNow();
+    if (line.includePersonalInfo) {
+        header.personalInfo = velrec::kPersonalInfoIncluded;
+    } else {
+        recorder.pseudonymiser.reset(new velrec::Pseudonymiser());
+        recorder.pseudonymiser->scrubHeader(header);
+    }
     // Ahead of any event, which the worker thread appends once monitoring.
     recorder.writer.append(velrec::headerLine(header));
     g_dbus_connection_add_filter(connection, onMessage, &recorder, nullptr);
@@ -273,7 +285,7 @@ std::string hostName()
 
     // Only now: a refused monitor leaves no file behind.
     std::string error;
-    if (!recorder.writer.open(path, error) || !recorder.writer.flush(error)) {
+    if (!recorder.writer.open(path, line.force, error) || !recorder.writer.flush(error)) {
         fail(kExitFailed, error);
     }
 
