@@ -1,5 +1,6 @@
 #include "RecordingReader.h"
 
+#include <glib/gstdio.h>
 #include <json-glib/json-glib.h>
 
 #include <map>
@@ -15,6 +16,8 @@ namespace {
 // Far above any line a recorder writes (the largest, a whole known list,
 // is about 170 KB), and low enough that no parser is made to go far.
 constexpr std::size_t kLongestLine = 512 * 1024;
+// Hours of a busy bus; a larger file is not one of our recordings.
+constexpr std::int64_t kLargestFile = G_GINT64_CONSTANT(256) * 1024 * 1024;
 // A line is an object holding at most one object.
 constexpr std::size_t kDeepestLine = 4;
 // The interface's deepest argument is five brackets down.
@@ -243,12 +246,8 @@ bool checkSequence(const Event& event, const Header& header, Sequence& sequence,
 
 bool parseLine(const std::string& line, bool isHeader, Recording& recording, std::string& error)
 {
-    if (line.size() > kLongestLine) {
-        error = "is longer than " + std::to_string(kLongestLine) + " bytes";
-        return false;
-    }
     if (nestingDepth(line) > kDeepestLine) {
-        error = "is nested deeper than " + std::to_string(kDeepestLine);
+        error = "the line is nested deeper than " + std::to_string(kDeepestLine);
         return false;
     }
     JsonParser* parser = json_parser_new();
@@ -297,7 +296,8 @@ bool parseRecording(const std::string& text, Recording& recording, std::string& 
         }
         std::string reason;
         if (end - start > kLongestLine) {
-            error = "line " + std::to_string(number) + ": is longer than " + std::to_string(kLongestLine) + " bytes";
+            error = "line " + std::to_string(number) + ": the line is longer than " + std::to_string(kLongestLine) +
+                    " bytes";
             return false;
         }
         const std::string line = text.substr(start, end - start);
@@ -331,6 +331,12 @@ bool parseRecording(const std::string& text, Recording& recording, std::string& 
 
 bool loadRecording(const std::string& path, Recording& recording, std::string& error)
 {
+    // Read whole, so bounded first: a recording is never read past this.
+    GStatBuf info;
+    if (g_stat(path.c_str(), &info) == 0 && info.st_size > kLargestFile) {
+        error = "recording " + path + " is larger than " + std::to_string(kLargestFile / (1024 * 1024)) + " MiB";
+        return false;
+    }
     gchar* contents = nullptr;
     gsize length = 0;
     GError* readError = nullptr;
