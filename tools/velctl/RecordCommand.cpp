@@ -15,6 +15,7 @@
 
 #include "Commands.h"
 #include "Exit.h"
+#include "InterfaceCheck.h"
 #include "Pseudonymiser.h"
 #include "RecordingFormat.h"
 #include "RecordingWriter.h"
@@ -90,15 +91,18 @@ void snapshotStore(Recorder& recorder, GDBusMessage* message, velrec::Event& eve
     const gchar* count = nullptr;
     gint32 info2 = 0;
     g_variant_get(body, "(u&si)", &notice, &count, &info2);
+    // Only a count that the replay can hold the snapshot to: a notice of
+    // another kind or with a count out of range is recorded without one.
+    guint64 records = 0;
+    if ((notice != KNOWN_DEVICE_LIST && notice != DISCOVERED_DEVICE_LIST) ||
+        !g_ascii_string_to_unsigned(count, 10, 0, VEL_MAX_DEVICE_COUNT, &records, nullptr)) {
+        return;
+    }
     if (notice == KNOWN_DEVICE_LIST) {
         event.hasKnown = readList(recorder, KNOWN_DEVICE_LIST, VEL_MAX_DEVICE_COUNT, event.known);
-    } else if (notice == DISCOVERED_DEVICE_LIST) {
-        gchar* end = nullptr;
-        const guint64 records = g_ascii_strtoull(count, &end, 10);
-        if (end != count && *end == '\0' && records <= VEL_MAX_DEVICE_COUNT) {
-            event.hasDiscovered =
-                readList(recorder, DISCOVERED_DEVICE_LIST, static_cast<std::size_t>(records), event.discovered);
-        }
+    } else {
+        event.hasDiscovered =
+            readList(recorder, DISCOVERED_DEVICE_LIST, static_cast<std::size_t>(records), event.discovered);
     }
 }
 
@@ -115,8 +119,15 @@ bool describe(Recorder& recorder, GDBusMessage* message, velrec::Event& event)
             return false;
         }
         event.member = orEmpty(g_dbus_message_get_member(message));
+        event.kind = type == G_DBUS_MESSAGE_TYPE_SIGNAL ? velrec::EventKind::Signal : velrec::EventKind::Call;
+        // What the interface does not have (a peer's mistaken call), no
+        // replay could play: it is left out, and so is its answer.
+        std::string field;
+        std::string reason;
+        if (!velrec::checkMember(event, field, reason)) {
+            return false;
+        }
         if (type == G_DBUS_MESSAGE_TYPE_SIGNAL) {
-            event.kind = velrec::EventKind::Signal;
             if (event.member == "noticeToApp") {
                 snapshotStore(recorder, message, event);
             }

@@ -430,3 +430,35 @@ TEST_F(RecordingPrivacy, ReplaysAPseudonymisedRecordingThatComparesEqual)
     EXPECT_EQ(diff.out.rfind("the same ", 0), 0u) << diff.out;
     EXPECT_NE(diff.out.find(" calls in the same order\n"), std::string::npos) << diff.out;
 }
+
+// A peer's call that the interface does not have, or a list notice whose
+// count no list can hold, would make the recording one that the replay
+// refuses: the first is left out, the second recorded without a snapshot.
+TEST_F(RecordingPrivacy, LeavesOutWhatNoReplayCouldPlaySoItsRecordingsAlwaysReplay)
+{
+    const std::string path = mDir.file("car.jsonl");
+    {
+        veltest::PrivateBus bus;
+        ASSERT_TRUE(bus.start());
+        veltest::SimProcess sim(bus);
+        ASSERT_TRUE(sim.start(simOptions()));
+        PlantedHostRecorder recorder(path, {}, mDir);
+        ASSERT_TRUE(recorder.started()) << recorder.output();
+        callService(bus.address(), "formatDisk", g_variant_new("(s)", "/"));
+        ASSERT_TRUE(sim.emitSignal("noticeToApp", g_variant_new("(usi)", 0u, "15", 0)));
+        ASSERT_TRUE(sim.emitSignal("noticeToApp", g_variant_new("(usi)", 7u, "d1", 6)));
+        ASSERT_TRUE(veltest::waitUntil(
+            [&] { return veltest::readFile(path).find("'d1'") != std::string::npos; }, 15s));
+        EXPECT_EQ(recorder.stop(), 0);
+    }
+    const std::string text = veltest::readFile(path);
+    EXPECT_EQ(text.find("formatDisk"), std::string::npos);
+    velrec::Recording recording;
+    std::string error;
+    ASSERT_TRUE(velrec::parseRecording(text, recording, error)) << error;
+    const velrec::Event* notice = findEvent(recording, velrec::EventKind::Signal, "noticeToApp", "(uint32 0, '15',");
+    ASSERT_NE(notice, nullptr);
+    EXPECT_FALSE(notice->hasKnown);
+    const VelctlRun diff = runVelctl({"replay-diff", path, path});
+    EXPECT_EQ(diff.status, 0) << diff.err;
+}
