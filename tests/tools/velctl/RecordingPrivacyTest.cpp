@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <functional>
 #include <regex>
 #include <set>
 #include <thread>
@@ -376,18 +377,39 @@ TEST_F(RecordingPrivacy, ReplaysAPseudonymisedRecordingThatComparesEqual)
     const std::string car = mDir.file("car.jsonl");
     const std::string desk = mDir.file("desk.jsonl");
     std::string carWatch;
-    const auto session = [&](const std::string& recordingPath, std::string& watchOut) {
+    // A watch that sees both lists and acknowledges them, then, once it is
+    // gone, a request about the first device: every registration announces
+    // both lists, and with no watch left nobody acknowledges the second
+    // announcement, so both sessions make the same calls in one order.
+    const auto session = [&](veltest::SimProcess& sim, const std::string& recordingPath,
+                             const std::function<std::string(const std::string&)>& deviceOf, std::string& watchOut) {
         RunningVelctl watch({"app", "watch"});
-        ASSERT_TRUE(watch.waitForOut("known devices", 15s)) << watch.out() << watch.err();
-        const std::string line = watch.out().substr(watch.out().find("known devices"));
-        const std::string ids = line.substr(line.find(": ") + 2, line.find('\n') - line.find(": ") - 2);
-        const VelctlRun paired = runVelctl({"app", "paired", ids.substr(0, ids.find(','))});
-        EXPECT_EQ(paired.status, 0) << paired.err;
+        ASSERT_TRUE(watch.waitForOut("known devices", 15s)) << watch.out() << watch.err() << sim.log();
+        ASSERT_TRUE(watch.waitForOut("discovered devices", 15s)) << watch.out() << watch.err() << sim.log();
         ASSERT_TRUE(veltest::waitUntil(
-            [&] { return veltest::readFile(recordingPath).find("\"actionFromApp\"") != std::string::npos; }, 15s));
+            [&] {
+                const std::string text = veltest::readFile(recordingPath);
+                const std::size_t first = text.find("\"informFromApp\"");
+                return first != std::string::npos && text.find("\"informFromApp\"", first + 1) != std::string::npos;
+            },
+            15s));
         watch.process().signal(SIGINT);
         EXPECT_NE(watch.process().waitExit(10s), -1);
         watchOut = watch.out();
+        const VelctlRun paired = runVelctl({"app", "paired", deviceOf(watchOut)});
+        EXPECT_EQ(paired.status, 0) << paired.err;
+        ASSERT_TRUE(veltest::waitUntil(
+            [&] { return veltest::readFile(recordingPath).find("\"actionFromApp\"") != std::string::npos; }, 15s));
+    };
+    // The first device the watch listed.
+    const auto firstListed = [](const std::string& watchOut) {
+        const std::string prefix = "known devices (result 1): ";
+        const std::size_t start = watchOut.find(prefix);
+        if (start == std::string::npos) {
+            return std::string();
+        }
+        const std::size_t from = start + prefix.size();
+        return watchOut.substr(from, watchOut.find_first_of(",\n", from) - from);
     };
     {
         veltest::PrivateBus bus;
@@ -396,7 +418,7 @@ TEST_F(RecordingPrivacy, ReplaysAPseudonymisedRecordingThatComparesEqual)
         ASSERT_TRUE(sim.start(simOptions()));
         PlantedHostRecorder recorder(car, {}, mDir);
         ASSERT_TRUE(recorder.started()) << recorder.output();
-        session(car, carWatch);
+        session(sim, car, firstListed, carWatch);
         EXPECT_EQ(recorder.stop(), 0);
     }
     EXPECT_NE(carWatch.find(std::string("known devices (result 1): ") + kPhoneMac + ", " + kTabletMac),
@@ -419,7 +441,7 @@ TEST_F(RecordingPrivacy, ReplaysAPseudonymisedRecordingThatComparesEqual)
         ASSERT_TRUE(sim.start({"--replay", car}));
         PlantedHostRecorder recorder(desk, {}, mDir);
         ASSERT_TRUE(recorder.started()) << recorder.output();
-        session(desk, deskWatch);
+        session(sim, desk, firstListed, deskWatch);
         EXPECT_EQ(recorder.stop(), 0);
         EXPECT_EQ(sim.log().find("unexpected call"), std::string::npos) << sim.log();
     }
