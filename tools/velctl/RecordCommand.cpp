@@ -153,7 +153,12 @@ bool describe(Recorder& recorder, GDBusMessage* message, velrec::Event& event)
     } else {
         event.kind = velrec::EventKind::Reply;
     }
-    return true;
+    // An answer of another type than the interface's (a faulty service)
+    // would be refused by a replay: it is left out, and its call replays as
+    // one recorded without an answer.
+    std::string field;
+    std::string reason;
+    return velrec::checkMember(event, field, reason);
 }
 
 // GDBus's worker thread, in bus order. Everything the monitor receives is

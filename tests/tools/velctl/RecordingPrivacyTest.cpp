@@ -467,6 +467,10 @@ TEST_F(RecordingPrivacy, LeavesOutWhatNoReplayCouldPlaySoItsRecordingsAlwaysRepl
         PlantedHostRecorder recorder(path, {}, mDir);
         ASSERT_TRUE(recorder.started()) << recorder.output();
         callService(bus.address(), "formatDisk", g_variant_new("(s)", "/"));
+        GVariant* malformed = sim.control("com.qor.vel_sim.Core", "SetMalformedReply", g_variant_new("(b)", TRUE));
+        ASSERT_NE(malformed, nullptr);
+        g_variant_unref(malformed);
+        EXPECT_EQ(runVelctl({"core", "bt-mac"}).status, 1);
         ASSERT_TRUE(sim.emitSignal("noticeToApp", g_variant_new("(usi)", 0u, "15", 0)));
         ASSERT_TRUE(sim.emitSignal("noticeToApp", g_variant_new("(usi)", 7u, "d1", 6)));
         ASSERT_TRUE(veltest::waitUntil(
@@ -481,6 +485,9 @@ TEST_F(RecordingPrivacy, LeavesOutWhatNoReplayCouldPlaySoItsRecordingsAlwaysRepl
     const velrec::Event* notice = findEvent(recording, velrec::EventKind::Signal, "noticeToApp", "(uint32 0, '15',");
     ASSERT_NE(notice, nullptr);
     EXPECT_FALSE(notice->hasKnown);
+    // bt-mac's call is there, its malformed answer is not.
+    EXPECT_NE(findEvent(recording, velrec::EventKind::Call, "actionFromCore"), nullptr);
+    EXPECT_EQ(findEvent(recording, velrec::EventKind::Reply, "actionFromCore"), nullptr);
     const VelctlRun diff = runVelctl({"replay-diff", path, path});
     EXPECT_EQ(diff.status, 0) << diff.err;
 }
