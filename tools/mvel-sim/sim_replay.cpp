@@ -7,11 +7,13 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "RecordingReader.h"
+#include "ReplaySchedule.h"
 #include "SimModule.h"
 #include "SimStore.h"
 
@@ -21,14 +23,6 @@ struct ReplayOptions {
     gchar* file = nullptr;
     gdouble speed = 1.0;
     gboolean loop = FALSE;
-};
-
-// A recorded call, its answer and the signals that followed it.
-struct RecordedCall {
-    const velrec::Event* call = nullptr;
-    const velrec::Event* answer = nullptr;
-    std::vector<const velrec::Event*> signals;
-    bool consumed = false;
 };
 
 // Signals to send at their recorded distance from an anchor: a call, or the
@@ -42,8 +36,7 @@ struct Segment {
 
 ReplayOptions gOptions;
 velrec::Recording gRecording;
-std::vector<RecordedCall> gCalls;
-std::vector<const velrec::Event*> gStartSignals;
+std::unique_ptr<velrec::ReplaySchedule> gSchedule;
 std::mutex gCallsMutex;
 // Calls that the recording shows unanswered stay unanswered.
 std::vector<GDBusMethodInvocation*> gUnanswered;
@@ -52,43 +45,6 @@ sim::Context* gContext = nullptr;
 bool replaying()
 {
     return gOptions.file != nullptr;
-}
-
-// A new reference, not a floating one: the caller unrefs it.
-GVariant* parseArgs(const velrec::Event& event)
-{
-    const std::string type = "(" + event.signature + ")";
-    return g_variant_parse(G_VARIANT_TYPE(type.c_str()), event.args.c_str(), nullptr, nullptr, nullptr);
-}
-
-void buildTimeline()
-{
-    RecordedCall* lastCall = nullptr;
-    for (const velrec::Event& event : gRecording.events) {
-        switch (event.kind) {
-        case velrec::EventKind::Call:
-            gCalls.push_back(RecordedCall{&event, nullptr, {}, false});
-            lastCall = &gCalls.back();
-            break;
-        case velrec::EventKind::Reply:
-        case velrec::EventKind::Error:
-            for (auto call = gCalls.rbegin(); call != gCalls.rend(); ++call) {
-                if (call->answer == nullptr && call->call->serial == event.replySerial &&
-                    call->call->sender == event.destination) {
-                    call->answer = &event;
-                    break;
-                }
-            }
-            break;
-        case velrec::EventKind::Signal:
-            if (lastCall != nullptr) {
-                lastCall->signals.push_back(&event);
-            } else {
-                gStartSignals.push_back(&event);
-            }
-            break;
-        }
-    }
 }
 
 void emitRecorded(const velrec::Event& event)
@@ -101,7 +57,11 @@ void emitRecorded(const velrec::Event& event)
         const bool done = sim::publishDiscoveredRaw(event.discovered.data(), event.discovered.size());
         sim::logLine("replay publish list 1 with %zu bytes: %s", event.discovered.size(), done ? "done" : "failed");
     }
-    GVariant* parameters = parseArgs(event);
+    GVariant* parameters = velrec::ReplaySchedule::argsValue(event);
+    if (parameters == nullptr) {
+        sim::logLine("replay signal %s skipped: its arguments do not parse", event.member.c_str());
+        return;
+    }
     sim::logLine("replay signal %s %s", event.member.c_str(), event.args.c_str());
     GError* error = nullptr;
     if (!g_dbus_connection_emit_signal(gContext->connection, nullptr, sim::kServicePath, sim::kServiceName,
@@ -114,13 +74,12 @@ void emitRecorded(const velrec::Event& event)
 
 gint64 scaledUs(std::int64_t recordedNs)
 {
-    return static_cast<gint64>(static_cast<double>(recordedNs) / 1000.0 / gOptions.speed);
+    return velrec::ReplaySchedule::scaledUs(recordedNs, gOptions.speed);
 }
 
-// Milliseconds for a GLib timeout; a recording may span more than a guint.
 guint timeoutMs(gint64 us)
 {
-    return static_cast<guint>(std::min<gint64>((us + 999) / 1000, G_MAXUINT));
+    return velrec::ReplaySchedule::timeoutMs(us);
 }
 
 gboolean runSegment(gpointer data)
@@ -157,13 +116,9 @@ gboolean restartLoop(gpointer);
 
 void startRecording()
 {
-    startSegment(gRecording.header.monoNs, gStartSignals);
+    startSegment(gRecording.header.monoNs, gSchedule->startSignals());
     if (gOptions.loop) {
-        std::int64_t lastNs = gRecording.header.monoNs;
-        for (const velrec::Event& event : gRecording.events) {
-            lastNs = std::max(lastNs, event.monoNs);
-        }
-        const gint64 periodUs = std::max<gint64>(scaledUs(lastNs - gRecording.header.monoNs), 1000);
+        const gint64 periodUs = std::max<gint64>(scaledUs(gSchedule->lastNs() - gRecording.header.monoNs), 1000);
         g_timeout_add(timeoutMs(periodUs), restartLoop, nullptr);
     }
 }
@@ -172,38 +127,11 @@ gboolean restartLoop(gpointer)
 {
     {
         std::lock_guard<std::mutex> lock(gCallsMutex);
-        for (RecordedCall& call : gCalls) {
-            call.consumed = false;
-        }
+        gSchedule->restart();
     }
     sim::logLine("replay starts again");
     startRecording();
     return G_SOURCE_REMOVE;
-}
-
-// The recorded call that answers this one, or nullptr; says which case applied.
-RecordedCall* findCounterpart(const std::string& member, const std::string& args, bool& equalArgs)
-{
-    RecordedCall* sameMethod = nullptr;
-    RecordedCall* lastOfMethod = nullptr;
-    for (RecordedCall& call : gCalls) {
-        if (call.call->member != member) {
-            continue;
-        }
-        lastOfMethod = &call;
-        if (call.consumed) {
-            continue;
-        }
-        if (call.call->args == args) {
-            equalArgs = true;
-            return &call;
-        }
-        if (sameMethod == nullptr) {
-            sameMethod = &call;
-        }
-    }
-    equalArgs = false;
-    return sameMethod != nullptr ? sameMethod : lastOfMethod;
 }
 
 void answerFromRecording(GDBusMethodInvocation* invocation, const velrec::Event* answer)
@@ -213,7 +141,12 @@ void answerFromRecording(GDBusMethodInvocation* invocation, const velrec::Event*
         gUnanswered.push_back(invocation);
         return;
     }
-    GVariant* body = parseArgs(*answer);
+    GVariant* body = velrec::ReplaySchedule::argsValue(*answer);
+    if (body == nullptr) {
+        g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.DBus.Error.Failed",
+                                                   "the recorded answer does not parse");
+        return;
+    }
     if (answer->kind == velrec::EventKind::Error) {
         const gchar* message = "";
         if (g_variant_is_of_type(body, G_VARIANT_TYPE("(s)"))) {
@@ -238,7 +171,7 @@ gboolean onAuthorizeMethod(GDBusInterfaceSkeleton*, GDBusMethodInvocation* invoc
 
     std::lock_guard<std::mutex> lock(gCallsMutex);
     bool equalArgs = false;
-    RecordedCall* counterpart = findCounterpart(member, args, equalArgs);
+    velrec::RecordedCall* counterpart = gSchedule->findCounterpart(member, args, equalArgs);
     if (counterpart == nullptr) {
         sim::logLine("unexpected call %s %s: answered by the simulator", member.c_str(), args.c_str());
         return TRUE;
@@ -266,17 +199,16 @@ gboolean loadReplay(GOptionContext*, GOptionGroup*, gpointer, GError** error)
     std::string reason;
     if (!(gOptions.speed > 0.0 && gOptions.speed <= 1000.0)) {
         reason = "--speed must be above 0 and at most 1000";
-    } else if (velrec::loadRecording(gOptions.file, gRecording, reason) &&
-               !velrec::checkCompatible(gRecording.header, reason)) {
-        reason = std::string("recording ") + gOptions.file + " cannot be replayed: " + reason;
+    } else {
+        // Every line is checked against the interface here, before the
+        // simulator takes the bus name.
+        velrec::loadRecording(gOptions.file, gRecording, reason);
     }
     if (!reason.empty()) {
         g_set_error(error, G_OPTION_ERROR, G_OPTION_ERROR_FAILED, "%s", reason.c_str());
         return FALSE;
     }
-    // Room for every call at once: buildTimeline() keeps pointers into it.
-    gCalls.reserve(gRecording.events.size());
-    buildTimeline();
+    gSchedule.reset(new velrec::ReplaySchedule(gRecording));
     return TRUE;
 }
 
@@ -310,7 +242,7 @@ void exportReplay(sim::Context&)
     if (!replaying()) {
         return;
     }
-    sim::logLine("replay %s: %zu calls, %zu events at speed %g%s", gOptions.file, gCalls.size(),
+    sim::logLine("replay %s: %zu calls, %zu events at speed %g%s", gOptions.file, gSchedule->callCount(),
                  gRecording.events.size(), gOptions.speed, gOptions.loop ? ", looping" : "");
     startRecording();
 }
@@ -323,6 +255,7 @@ void shutdownReplay(sim::Context&)
     gUnanswered.clear();
     g_free(gOptions.file);
     gOptions = ReplayOptions();
+    gSchedule.reset();
 }
 
 const sim::Module kReplayModule = {"replay", replayOptions, attachReplay, exportReplay, shutdownReplay, nullptr};

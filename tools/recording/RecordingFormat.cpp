@@ -94,6 +94,9 @@ std::string headerLine(const Header& header)
     addString(builder, "interface_sha256", header.interfaceSha256);
     addInt(builder, "device_size", header.deviceSize);
     addString(builder, "host", header.host);
+    if (!header.personalInfo.empty()) {
+        addString(builder, "personal_info", header.personalInfo);
+    }
     addInt(builder, "t_mono_ns", header.monoNs);
     addString(builder, "wall", header.wall);
     json_builder_end_object(builder);

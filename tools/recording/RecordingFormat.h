@@ -13,6 +13,9 @@ namespace velrec {
 
 constexpr const char* kFormatName = "vel-recording";
 constexpr int kFormatVersion = 1;
+// Which recorder mode made the file (the header's "personal_info").
+constexpr const char* kPersonalInfoPseudonymised = "pseudonymised";
+constexpr const char* kPersonalInfoIncluded = "included";
 
 struct Header {
     std::string format = kFormatName;
@@ -21,6 +24,9 @@ struct Header {
     std::string interfaceSha256;
     std::int64_t deviceSize = 0;
     std::string host;
+    // kPersonalInfoPseudonymised or kPersonalInfoIncluded; empty in files of
+    // recorders that did not say.
+    std::string personalInfo;
     // When recording began, on the same clocks as the events.
     std::int64_t monoNs = 0;
     std::string wall;
@@ -29,6 +35,8 @@ struct Header {
 enum class EventKind { Call, Reply, Error, Signal };
 
 struct Event {
+    // Where the event stood in the file it was read from (1 is the header).
+    std::size_t line = 0;
     std::int64_t monoNs = 0;
     std::string wall;
     EventKind kind = EventKind::Call;

@@ -1,12 +1,29 @@
 #include "RecordingReader.h"
 
+#include <glib/gstdio.h>
 #include <json-glib/json-glib.h>
 
+#include <map>
+#include <utility>
+
+#include "InterfaceCheck.h"
 #include "vel/VelTypes.h"
 
 namespace velrec {
 
 namespace {
+
+// Far above any line a recorder writes (the largest, a whole known list,
+// is about 170 KB), and low enough that no parser is made to go far.
+constexpr std::size_t kLongestLine = 512 * 1024;
+// Hours of a busy bus; a larger file is not one of our recordings.
+constexpr std::int64_t kLargestFile = G_GINT64_CONSTANT(256) * 1024 * 1024;
+// A line is an object holding at most one object.
+constexpr std::size_t kDeepestLine = 4;
+// The interface's deepest argument is five brackets down.
+constexpr std::size_t kDeepestArgs = 8;
+// A session longer than a week is not a recording of this tool.
+constexpr std::int64_t kLongestSpanNs = G_GINT64_CONSTANT(7) * 24 * 3600 * 1000000000;
 
 // The fields of one line, each checked for its JSON type.
 class Fields {
@@ -64,11 +81,21 @@ bool decodeList(JsonObject* store, const char* name, bool& present, std::vector<
         error = "store " + error;
         return false;
     }
-    for (const char c : text) {
-        if (!g_ascii_isalnum(c) && c != '+' && c != '/' && c != '=') {
-            error = std::string("store \"") + name + "\" is not base64";
-            return false;
-        }
+    const std::size_t padding = text.size() - std::min(text.size(), text.find_last_not_of('=') + 1);
+    bool alphabet = text.size() % 4 == 0 && padding <= 2;
+    for (std::size_t index = 0; alphabet && index < text.size() - padding; ++index) {
+        const char c = text[index];
+        alphabet = g_ascii_isalnum(c) || c == '+' || c == '/';
+    }
+    if (!alphabet) {
+        error = std::string("store \"") + name + "\" is not base64 (cut off, or not its alphabet)";
+        return false;
+    }
+    // Checked before decoding: an oversized list is never held in memory twice.
+    if (text.size() / 4 * 3 > VEL_DEVICE_LIST_BYTES + 2) {
+        error = std::string("store \"") + name + "\" holds more than " + std::to_string(VEL_MAX_DEVICE_COUNT) +
+                " records";
+        return false;
     }
     gsize length = 0;
     guchar* decoded = g_base64_decode(text.c_str(), &length);
@@ -84,8 +111,14 @@ bool decodeList(JsonObject* store, const char* name, bool& present, std::vector<
 
 bool checkArgs(const Event& event, std::string& error)
 {
-    if (!g_variant_is_signature(event.signature.c_str())) {
-        error = "\"signature\" is not a D-Bus signature";
+    std::string field;
+    std::string reason;
+    if (!checkMember(event, field, reason)) {
+        error = "\"" + field + "\" " + reason;
+        return false;
+    }
+    if (nestingDepth(event.args) > kDeepestArgs) {
+        error = "\"args\" are nested deeper than " + std::to_string(kDeepestArgs);
         return false;
     }
     const std::string tupleType = "(" + event.signature + ")";
@@ -138,6 +171,12 @@ bool readEvent(const Fields& fields, Event& event, std::string& error)
             return false;
         }
     }
+    std::string field;
+    std::string reason;
+    if (!checkStore(event, field, reason)) {
+        error = "\"" + field + "\" " + reason;
+        return false;
+    }
     return true;
 }
 
@@ -155,6 +194,16 @@ bool readHeader(const Fields& fields, Header& header, std::string& error)
         return false;
     }
     header.version = static_cast<int>(version);
+    if (fields.has("personal_info")) {
+        if (!fields.string("personal_info", header.personalInfo, error)) {
+            return false;
+        }
+        if (header.personalInfo != kPersonalInfoPseudonymised && header.personalInfo != kPersonalInfoIncluded) {
+            error = std::string("\"personal_info\" is neither \"") + kPersonalInfoPseudonymised + "\" nor \"" +
+                    kPersonalInfoIncluded + "\"";
+            return false;
+        }
+    }
     return fields.string("recorder", header.recorder, error) &&
            fields.string("interface_sha256", header.interfaceSha256, error) &&
            fields.integer("device_size", 0, G_MAXINT64, header.deviceSize, error) &&
@@ -162,8 +211,45 @@ bool readHeader(const Fields& fields, Header& header, std::string& error)
            fields.string("wall", header.wall, error);
 }
 
+// What one event must agree with in the events before it.
+struct Sequence {
+    std::int64_t lastNs = 0;
+    // Calls not answered yet, by sender and serial: their member.
+    std::map<std::pair<std::string, std::uint32_t>, std::string> openCalls;
+};
+
+bool checkSequence(const Event& event, const Header& header, Sequence& sequence, std::string& error)
+{
+    if (event.monoNs < header.monoNs || event.monoNs - header.monoNs > kLongestSpanNs) {
+        error = "\"t_mono_ns\" is before the recording began or more than a week after";
+        return false;
+    }
+    if (event.monoNs < sequence.lastNs) {
+        error = "\"t_mono_ns\" is before the line above";
+        return false;
+    }
+    sequence.lastNs = event.monoNs;
+    if (event.kind == EventKind::Call) {
+        sequence.openCalls[{event.sender, event.serial}] = event.member;
+        return true;
+    }
+    if (event.kind == EventKind::Reply || event.kind == EventKind::Error) {
+        const auto call = sequence.openCalls.find({event.destination, event.replySerial});
+        if (call == sequence.openCalls.end() || call->second != event.member) {
+            error = "\"reply_serial\" answers no earlier call to " + event.member + " of that destination";
+            return false;
+        }
+        sequence.openCalls.erase(call);
+    }
+    return true;
+}
+
 bool parseLine(const std::string& line, bool isHeader, Recording& recording, std::string& error)
 {
+    if (nestingDepth(line) > kDeepestLine) {
+        error = "the line is nested deeper than " + std::to_string(kDeepestLine);
+        return false;
+    }
     JsonParser* parser = json_parser_new();
     GError* parseError = nullptr;
     bool ok = false;
@@ -175,7 +261,8 @@ bool parseLine(const std::string& line, bool isHeader, Recording& recording, std
         if (root == nullptr || !JSON_NODE_HOLDS_OBJECT(root)) {
             error = "not a JSON object";
         } else if (isHeader) {
-            ok = readHeader(Fields(json_node_get_object(root)), recording.header, error);
+            ok = readHeader(Fields(json_node_get_object(root)), recording.header, error) &&
+                 checkCompatible(recording.header, error);
         } else {
             Event event;
             ok = readEvent(Fields(json_node_get_object(root)), event, error);
@@ -199,22 +286,36 @@ bool parseRecording(const std::string& text, Recording& recording, std::string& 
     }
     std::size_t start = 0;
     std::size_t number = 0;
+    Sequence sequence;
     while (start < text.size()) {
         ++number;
-        const std::size_t end = text.find('\n', start);
+        std::size_t end = text.find('\n', start);
         if (end == std::string::npos) {
             error = "line " + std::to_string(number) + " is cut off (no line end): the recording is truncated";
             return false;
         }
-        const std::string line = text.substr(start, end - start);
         std::string reason;
+        if (end - start > kLongestLine) {
+            error = "line " + std::to_string(number) + ": the line is longer than " + std::to_string(kLongestLine) +
+                    " bytes";
+            return false;
+        }
+        const std::string line = text.substr(start, end - start);
         if (line.find('\0') != std::string::npos) {
             reason = "holds a NUL byte";
         } else if (!g_utf8_validate(line.data(), static_cast<gssize>(line.size()), nullptr)) {
             reason = "is not UTF-8";
         } else if (parseLine(line, number == 1, recording, reason)) {
-            start = end + 1;
-            continue;
+            if (number == 1) {
+                start = end + 1;
+                continue;
+            }
+            Event& event = recording.events.back();
+            event.line = number;
+            if (checkSequence(event, recording.header, sequence, reason)) {
+                start = end + 1;
+                continue;
+            }
         }
         // One line, whatever the parser quoted from the input.
         for (char& c : reason) {
@@ -230,6 +331,12 @@ bool parseRecording(const std::string& text, Recording& recording, std::string& 
 
 bool loadRecording(const std::string& path, Recording& recording, std::string& error)
 {
+    // Read whole, so bounded first: a recording is never read past this.
+    GStatBuf info;
+    if (g_stat(path.c_str(), &info) == 0 && info.st_size > kLargestFile) {
+        error = "recording " + path + " is larger than " + std::to_string(kLargestFile / (1024 * 1024)) + " MiB";
+        return false;
+    }
     gchar* contents = nullptr;
     gsize length = 0;
     GError* readError = nullptr;
@@ -251,17 +358,18 @@ bool loadRecording(const std::string& path, Recording& recording, std::string& e
 bool checkCompatible(const Header& header, std::string& error)
 {
     if (header.version != kFormatVersion) {
-        error = "format version " + std::to_string(header.version) + ", this build reads version " +
+        error = "\"version\" is " + std::to_string(header.version) + ", this build reads version " +
                 std::to_string(kFormatVersion);
         return false;
     }
     if (header.interfaceSha256 != interfaceSha256()) {
-        error = "made for interface sha256 " + header.interfaceSha256 + ", this build has " + interfaceSha256();
+        error = "\"interface_sha256\": made for interface sha256 " + header.interfaceSha256.substr(0, 64) +
+                ", this build has " + interfaceSha256();
         return false;
     }
     if (header.deviceSize != deviceSize()) {
-        error = "made for a DEVICE of " + std::to_string(header.deviceSize) + " bytes, this build has " +
-                std::to_string(deviceSize());
+        error = "\"device_size\": made for a DEVICE of " + std::to_string(header.deviceSize) +
+                " bytes, this build has " + std::to_string(deviceSize());
         return false;
     }
     return true;

@@ -1,6 +1,7 @@
 #include "RecordingWriter.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,10 +16,18 @@ RecordingWriter::~RecordingWriter()
     }
 }
 
-bool RecordingWriter::open(const std::string& path, std::string& error)
+bool RecordingWriter::open(const std::string& path, bool replace, std::string& error)
 {
-    mFd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (mFd < 0) {
+    // Never through a symbolic link: a recording may hold what a planted
+    // link would carry elsewhere.
+    const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | (replace ? O_TRUNC : O_EXCL);
+    mFd = ::open(path.c_str(), flags, 0600);
+    if (mFd < 0 && errno == EEXIST) {
+        error = path + " exists; give --force to overwrite it";
+        return false;
+    }
+    // A replaced file keeps its old mode, and the umask may have taken more.
+    if (mFd < 0 || fchmod(mFd, 0600) != 0) {
         error = "cannot write " + path + ": " + std::strerror(errno);
         return false;
     }

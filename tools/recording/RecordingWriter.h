@@ -17,8 +17,9 @@ public:
     RecordingWriter(const RecordingWriter&) = delete;
     RecordingWriter& operator=(const RecordingWriter&) = delete;
 
-    // Creates (or truncates) the file. False with a reason.
-    bool open(const std::string& path, std::string& error);
+    // Creates the file, readable by its owner only whatever the umask. An
+    // existing file is refused unless `replace`. False with a reason.
+    bool open(const std::string& path, bool replace, std::string& error);
     void append(const std::string& line);
     // Writes what was collected; false when the file refused it.
     bool flush(std::string& error);

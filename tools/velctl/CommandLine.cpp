@@ -73,6 +73,18 @@ bool parseCommandLine(int argc, char** argv, CommandLine& line, std::string& rea
             line.log = "stderr";
             continue;
         }
+        if (arg == "--show-secrets") {
+            line.showSecrets = true;
+            continue;
+        }
+        if (arg == "--include-personal-info") {
+            line.includePersonalInfo = true;
+            continue;
+        }
+        if (arg == "--force") {
+            line.force = true;
+            continue;
+        }
         std::string value;
         bool matched = false;
         if (!takeValue(arg, "--log", "", argc, argv, i, value, matched)) {

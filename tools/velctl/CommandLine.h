@@ -11,6 +11,11 @@ struct CommandLine {
     // Where libvel's own lines go: quiet, stderr (also -v) or dlt.
     std::string log = "quiet";
     unsigned int timeoutSeconds = 10;
+    // Print secrets (passphrases) instead of masking them.
+    bool showSecrets = false;
+    // record: keep personal identifiers; overwrite an existing file.
+    bool includePersonalInfo = false;
+    bool force = false;
     // 0 when not given: each kind has its own default.
     unsigned int clientType = 0;
     std::string kind;

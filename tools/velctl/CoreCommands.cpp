@@ -8,6 +8,7 @@
 #include "Commands.h"
 #include "Exit.h"
 #include "ReadyGate.h"
+#include "Secrets.h"
 #include "vel/VelComProxyCoreEngine.h"
 
 namespace velctl {
@@ -119,7 +120,7 @@ void waitAnswer(const CoreSession& session, std::function<void()> query)
     }
     for (const WIFI_CREDENTIALS_s& r : records) {
         std::printf("ssid=%s password=%s channel=%u security=%u port=%u ip=%s bssid=%s\n", r.ssid.c_str(),
-                    r.password.c_str(), static_cast<unsigned int>(r.channel),
+                    secret(r.password).c_str(), static_cast<unsigned int>(r.channel),
                     static_cast<unsigned int>(r.securityType), static_cast<unsigned int>(r.port), r.ip.c_str(),
                     r.bssid.c_str());
     }

@@ -5,7 +5,10 @@
 #include <cstdio>
 #include <string>
 
+#include <glib.h>
+
 #include "LibraryLogSink.h"
+#include "Secrets.h"
 #include "vel/VelDlt.h"
 
 namespace velctl {
@@ -41,14 +44,14 @@ extern "C" void vw_log_print(const char*, const char*, int, int severity, int, i
     }
     va_list args;
     va_start(args, format);
-    if (mode == velctl::Mode::Dlt) {
-        char text[2048];
-        std::vsnprintf(text, sizeof(text), format, args);
-        veldlt::forward(severity, text);
-    } else {
-        std::fprintf(stderr, "libvel[%02X] ", static_cast<unsigned int>(severity));
-        std::vfprintf(stderr, format, args);
-        std::fputc('\n', stderr);
-    }
+    gchar* printed = g_strdup_vprintf(format, args);
     va_end(args);
+    // The library logs what it receives, credentials included.
+    const std::string text = velctl::maskSecretFields(printed);
+    g_free(printed);
+    if (mode == velctl::Mode::Dlt) {
+        veldlt::forward(severity, text.c_str());
+    } else {
+        std::fprintf(stderr, "libvel[%02X] %s\n", static_cast<unsigned int>(severity), text.c_str());
+    }
 }

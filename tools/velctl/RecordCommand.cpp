@@ -15,6 +15,8 @@
 
 #include "Commands.h"
 #include "Exit.h"
+#include "InterfaceCheck.h"
+#include "Pseudonymiser.h"
 #include "RecordingFormat.h"
 #include "RecordingWriter.h"
 #include "vel/VelLibShm.h"
@@ -39,6 +41,8 @@ struct Recorder {
     // Created at the first list notice: the store may not exist before.
     // Never destroyed, because a reader that goes removes the store's names.
     VelLibShm* reader = nullptr;
+    // Null when the user asked to keep personal information.
+    std::unique_ptr<velrec::Pseudonymiser> pseudonymiser;
 };
 
 Recorder* gRecorder = nullptr;
@@ -87,15 +91,18 @@ void snapshotStore(Recorder& recorder, GDBusMessage* message, velrec::Event& eve
     const gchar* count = nullptr;
     gint32 info2 = 0;
     g_variant_get(body, "(u&si)", &notice, &count, &info2);
+    // Only a count that the replay can hold the snapshot to: a notice of
+    // another kind or with a count out of range is recorded without one.
+    guint64 records = 0;
+    if ((notice != KNOWN_DEVICE_LIST && notice != DISCOVERED_DEVICE_LIST) ||
+        !g_ascii_string_to_unsigned(count, 10, 0, VEL_MAX_DEVICE_COUNT, &records, nullptr)) {
+        return;
+    }
     if (notice == KNOWN_DEVICE_LIST) {
         event.hasKnown = readList(recorder, KNOWN_DEVICE_LIST, VEL_MAX_DEVICE_COUNT, event.known);
-    } else if (notice == DISCOVERED_DEVICE_LIST) {
-        gchar* end = nullptr;
-        const guint64 records = g_ascii_strtoull(count, &end, 10);
-        if (end != count && *end == '\0' && records <= VEL_MAX_DEVICE_COUNT) {
-            event.hasDiscovered =
-                readList(recorder, DISCOVERED_DEVICE_LIST, static_cast<std::size_t>(records), event.discovered);
-        }
+    } else {
+        event.hasDiscovered =
+            readList(recorder, DISCOVERED_DEVICE_LIST, static_cast<std::size_t>(records), event.discovered);
     }
 }
 
@@ -112,8 +119,15 @@ bool describe(Recorder& recorder, GDBusMessage* message, velrec::Event& event)
             return false;
         }
         event.member = orEmpty(g_dbus_message_get_member(message));
+        event.kind = type == G_DBUS_MESSAGE_TYPE_SIGNAL ? velrec::EventKind::Signal : velrec::EventKind::Call;
+        // What the interface does not have (a peer's mistaken call), no
+        // replay could play: it is left out, and so is its answer.
+        std::string field;
+        std::string reason;
+        if (!velrec::checkMember(event, field, reason)) {
+            return false;
+        }
         if (type == G_DBUS_MESSAGE_TYPE_SIGNAL) {
-            event.kind = velrec::EventKind::Signal;
             if (event.member == "noticeToApp") {
                 snapshotStore(recorder, message, event);
             }
@@ -139,7 +153,12 @@ bool describe(Recorder& recorder, GDBusMessage* message, velrec::Event& event)
     } else {
         event.kind = velrec::EventKind::Reply;
     }
-    return true;
+    // An answer of another type than the interface's (a faulty service)
+    // would be refused by a replay: it is left out, and its call replays as
+    // one recorded without an answer.
+    std::string field;
+    std::string reason;
+    return velrec::checkMember(event, field, reason);
 }
 
 // GDBus's worker thread, in bus order. Everything the monitor receives is
@@ -158,6 +177,9 @@ GDBusMessage* onMessage(GDBusConnection*, GDBusMessage* message, gboolean incomi
     event.monoNs = velrec::monotonicNs();
     event.wall = velrec::wallNow();
     if (describe(recorder, message, event)) {
+        if (recorder.pseudonymiser) {
+            recorder.pseudonymiser->scrubEvent(event);
+        }
         recorder.writer.append(velrec::eventLine(event));
     }
     g_object_unref(message);
@@ -265,6 +287,12 @@ std::string hostName()
     header.host = hostName();
     header.monoNs = velrec::monotonicNs();
     header.wall = velrec::wallNow();
+    if (line.includePersonalInfo) {
+        header.personalInfo = velrec::kPersonalInfoIncluded;
+    } else {
+        recorder.pseudonymiser.reset(new velrec::Pseudonymiser());
+        recorder.pseudonymiser->scrubHeader(header);
+    }
     // Ahead of any event, which the worker thread appends once monitoring.
     recorder.writer.append(velrec::headerLine(header));
     g_dbus_connection_add_filter(connection, onMessage, &recorder, nullptr);
@@ -273,7 +301,7 @@ std::string hostName()
 
     // Only now: a refused monitor leaves no file behind.
     std::string error;
-    if (!recorder.writer.open(path, error) || !recorder.writer.flush(error)) {
+    if (!recorder.writer.open(path, line.force, error) || !recorder.writer.flush(error)) {
         fail(kExitFailed, error);
     }
 

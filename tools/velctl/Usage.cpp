@@ -19,7 +19,11 @@ Recordings (docs/record-replay.md):
   record FILE  record every call, reply, error and signal of the service's
                interface, with the device lists of every list notice, into
                FILE (JSON lines) until interrupted (Ctrl-C, SIGTERM); needs
-               the right to monitor the bus (root). Exit 3 without it
+               the right to monitor the bus (root). Exit 3 without it.
+               FILE is new (--force overwrites) and readable by its owner
+               only; secrets become a marker and personal identifiers
+               (addresses, serials, names, SSIDs, host name) pseudonyms,
+               unless --include-personal-info
   replay-diff RECORDING NEWRECORDING
                compare the calls of two recordings in order and print the
                first difference; exit 0 when they are the same, 1 when not
@@ -35,6 +39,11 @@ Options (anywhere on the line; "--" ends them):
   -c, --client-type KIND   client kind to register as: app 100 to 105
                            (default 100), core 200 to 203 (default 200);
                            the controller is always 400
+      --show-secrets       print secrets (Wi-Fi passphrases) in answers and
+                           log lines instead of ********
+      --include-personal-info
+                           record: keep secrets and personal identifiers
+      --force              record: overwrite an existing FILE
 
 Exit status:
   0  the command was carried out (answers are printed on stdout)
@@ -82,6 +91,7 @@ Commands:
   wifi-credentials
         print every Wi-Fi credentials record of the head unit, one line each:
         "ssid=... password=... channel=... security=... port=... ip=... bssid=..."
+        (the password is printed as ******** unless --show-secrets)
   bt-mac
         print the head unit's Bluetooth MAC address
 )";

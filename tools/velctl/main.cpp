@@ -8,6 +8,7 @@
 #include "Commands.h"
 #include "Exit.h"
 #include "LibraryLogSink.h"
+#include "Secrets.h"
 #include "Usage.h"
 
 using namespace velctl;
@@ -20,6 +21,7 @@ int main(int argc, char** argv)
         fail(kExitUsage, reason + " (see velctl --help)");
     }
     setLibraryLogMode(line.log);
+    setShowSecrets(line.showSecrets);
 
     if (line.kind.empty()) {
         if (line.help) {

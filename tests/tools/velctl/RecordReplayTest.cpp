@@ -50,7 +50,8 @@ void removeStore()
 // velctl record, started and waited for until it monitors the bus.
 class Recorder {
 public:
-    explicit Recorder(const std::string& path) : mRun({"record", path})
+    explicit Recorder(const std::string& path, const std::vector<std::string>& options = {})
+        : mRun(withOptions({"record", path}, options))
     {
         mStarted = mRun.waitForOut("recording com.qor.vel_communicator to " + path, 15s);
     }
@@ -66,6 +67,13 @@ public:
     std::string err() const { return mRun.err(); }
 
 private:
+    static std::vector<std::string> withOptions(std::vector<std::string> arguments,
+                                                const std::vector<std::string>& options)
+    {
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return arguments;
+    }
+
     RunningVelctl mRun;
     bool mStarted = false;
 };
@@ -172,7 +180,8 @@ TEST_F(RecordReplay, ReplaysARecordedSessionWithTheSameOutputAndDeviceBytes)
         ASSERT_TRUE(bus.start());
         veltest::SimProcess sim(bus);
         ASSERT_TRUE(sim.start({"--app-paired=124"}));
-        Recorder recorder(recorded);
+        // Every byte as it was: the simulator's records are a byte pattern.
+        Recorder recorder(recorded, {"--include-personal-info"});
         ASSERT_TRUE(recorder.started()) << recorder.err();
         onCar = runSession([&] {
             std::this_thread::sleep_for(200ms);
@@ -200,7 +209,7 @@ TEST_F(RecordReplay, ReplaysARecordedSessionWithTheSameOutputAndDeviceBytes)
     EXPECT_EQ(notices[0]->args, "(uint32 0, '2', 0)");
     ASSERT_TRUE(notices[0]->hasKnown);
     ASSERT_EQ(carKnownBytes.size(), 10u * 12492u);
-    EXPECT_EQ(std::string(notices[0]->known.begin(), notices[0]->known.end()), carKnownBytes);
+    EXPECT_TRUE(std::string(notices[0]->known.begin(), notices[0]->known.end()) == carKnownBytes);
 
     removeStore();
     veltest::PrivateBus bus;
@@ -215,7 +224,7 @@ TEST_F(RecordReplay, ReplaysARecordedSessionWithTheSameOutputAndDeviceBytes)
     EXPECT_EQ(atDesk.connect, onCar.connect);
     EXPECT_EQ(atDesk.paired, onCar.paired);
     EXPECT_EQ(atDesk.watch, onCar.watch);
-    EXPECT_EQ(veltest::readFile(kKnownFile), carKnownBytes);
+    EXPECT_TRUE(veltest::readFile(kKnownFile) == carKnownBytes);
 
     const std::string log = sim.log();
     EXPECT_EQ(countLines(log, "replay call registerMe: equal arguments, recorded answer"), 3u) << log;
@@ -338,7 +347,7 @@ TEST_F(RecordReplay, RefusesARecordingOfAnotherInterface)
     const std::string path = mDir.file("foreign.jsonl");
     writeFile(path, velrec::headerLine(header));
 
-    expectReplayRefused(path, "mvel-sim: recording " + path + " cannot be replayed: made for interface sha256 " +
+    expectReplayRefused(path, "mvel-sim: recording " + path + " line 1: \"interface_sha256\": made for interface sha256 " +
                                   std::string(64, '0') + ", this build has " + velrec::interfaceSha256() + "\n");
 }
 
@@ -352,7 +361,7 @@ TEST_F(RecordReplay, RefusesARecordingOfAnotherDeviceSize)
     writeFile(path, velrec::headerLine(header));
 
     expectReplayRefused(path, "mvel-sim: recording " + path +
-                                  " cannot be replayed: made for a DEVICE of 12000 bytes, this build has 12492\n");
+                                  " line 1: \"device_size\": made for a DEVICE of 12000 bytes, this build has 12492\n");
 }
 
 // The bus lets only root (and its own user) monitor: an unprivileged

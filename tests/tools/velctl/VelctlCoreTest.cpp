@@ -62,15 +62,36 @@ TEST_F(VelctlWithService, RegistersAsTheChosenCoreEngineKind)
     EXPECT_EQ(simLinesStartingWith("call actionFromCore "), expected);
 }
 
-TEST_F(VelctlWithService, PrintsEveryWifiCredentialsRecordInOrder)
+TEST_F(VelctlWithService, PrintsEveryWifiCredentialsRecordInOrderWithThePassphraseMasked)
 {
     startSim({"--core-wifi-credentials=home,pw1,6,3,7000,192.168.1.1,02:00:00:00:00:0a",
               "--core-wifi-credentials=car,pw2,149,4,7001,192.168.2.1,02:00:00:00:00:0b"});
     const VelctlRun run = runVelctl({"core", "wifi-credentials"});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out,
-              "ssid=home password=pw1 channel=6 security=3 port=7000 ip=192.168.1.1 bssid=02:00:00:00:00:0a\n"
-              "ssid=car password=pw2 channel=149 security=4 port=7001 ip=192.168.2.1 bssid=02:00:00:00:00:0b\n");
+              "ssid=home password=******** channel=6 security=3 port=7000 ip=192.168.1.1 bssid=02:00:00:00:00:0a\n"
+              "ssid=car password=******** channel=149 security=4 port=7001 ip=192.168.2.1 bssid=02:00:00:00:00:0b\n");
+}
+
+TEST_F(VelctlWithService, PrintsThePassphraseOnlyWhenAskedToShowSecrets)
+{
+    startSim({"--core-wifi-credentials=home,pw1,6,3,7000,192.168.1.1,02:00:00:00:00:0a"});
+    const VelctlRun run = runVelctl({"--show-secrets", "core", "wifi-credentials"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, "ssid=home password=pw1 channel=6 security=3 port=7000 ip=192.168.1.1 bssid=02:00:00:00:00:0a\n");
+}
+
+// libvel logs every credentials record it receives; what velctl passes on of
+// those lines is masked the same way.
+TEST_F(VelctlWithService, MasksThePassphraseInTheLibrarysLinesToo)
+{
+    startSim({"--core-wifi-credentials=home,s3cr3t-phrase,6,3,7000,192.168.1.1,02:00:00:00:00:0a"});
+    const VelctlRun masked = runVelctl({"--verbose", "core", "wifi-credentials"});
+    EXPECT_EQ(masked.status, 0) << masked.err;
+    EXPECT_EQ(masked.err.find("s3cr3t-phrase"), std::string::npos) << masked.err;
+    EXPECT_NE(masked.err.find("ssid:home, password:********, channel:6"), std::string::npos) << masked.err;
+    const VelctlRun shown = runVelctl({"--verbose", "--show-secrets", "core", "wifi-credentials"});
+    EXPECT_NE(shown.err.find("ssid:home, password:s3cr3t-phrase, channel:6"), std::string::npos) << shown.err;
 }
 
 TEST_F(VelctlWithService, FailsWithOneLineWhenTheServiceHasNoCredentials)
