@@ -83,6 +83,7 @@ unsigned injectedFailures(FaultyCall call)
 } // namespace veltest
 
 using veltest::FaultyCall;
+using veltest::real;
 using veltest::takeFailure;
 
 extern "C" {
