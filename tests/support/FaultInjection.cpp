@@ -3,6 +3,9 @@
 #include "FaultInjection.h"
 
 #include <dlfcn.h>
+#include <semaphore.h>
+#include <signal.h>
+#include <sys/stat.h>
 #include <gio/gio.h>
 #include <sys/mman.h>
 #include <time.h>
@@ -173,6 +176,94 @@ DltReturnValue dlt_register_context_llccb(DltContext* handle, const char* contex
                                         void (*)(char[DLT_ID_SIZE], uint8_t, uint8_t));
     static const auto next = real<Register>("dlt_register_context_llccb");
     return next(handle, contextId, description, callback);
+}
+
+int close(int fd)
+{
+    int error = 0;
+    if (takeFailure(FaultyCall::Close, error)) {
+        errno = error;
+        return -1;
+    }
+    static const auto next = real<int (*)(int)>("close");
+    return next(fd);
+}
+
+int unlink(const char* path) noexcept
+{
+    int error = 0;
+    if (takeFailure(FaultyCall::Unlink, error)) {
+        errno = error;
+        return -1;
+    }
+    static const auto next = real<int (*)(const char*)>("unlink");
+    return next(path);
+}
+
+int fstat(int fd, struct stat* status) noexcept
+{
+    int error = 0;
+    if (takeFailure(FaultyCall::Fstat, error)) {
+        errno = error;
+        return -1;
+    }
+    static const auto next = real<int (*)(int, struct stat*)>("fstat");
+    return next(fd, status);
+}
+
+ssize_t read(int fd, void* buffer, size_t count)
+{
+    int error = 0;
+    if (takeFailure(FaultyCall::Read, error)) {
+        errno = error;
+        return -1;
+    }
+    static const auto next = real<ssize_t (*)(int, void*, size_t)>("read");
+    return next(fd, buffer, count);
+}
+
+int sem_post(sem_t* semaphore) noexcept
+{
+    int error = 0;
+    if (takeFailure(FaultyCall::SemPost, error)) {
+        errno = error;
+        return -1;
+    }
+    static const auto next = real<int (*)(sem_t*)>("sem_post");
+    return next(semaphore);
+}
+
+int sem_close(sem_t* semaphore) noexcept
+{
+    int error = 0;
+    if (takeFailure(FaultyCall::SemClose, error)) {
+        errno = error;
+        return -1;
+    }
+    static const auto next = real<int (*)(sem_t*)>("sem_close");
+    return next(semaphore);
+}
+
+sighandler_t signal(int signo, sighandler_t handler) noexcept
+{
+    int error = 0;
+    if (takeFailure(FaultyCall::Signal, error)) {
+        errno = error;
+        return SIG_ERR;
+    }
+    static const auto next = real<sighandler_t (*)(int, sighandler_t)>("signal");
+    return next(signo, handler);
+}
+
+int clock_gettime(clockid_t clock, struct timespec* time) noexcept
+{
+    int error = 0;
+    if (takeFailure(FaultyCall::ClockGettime, error)) {
+        errno = error;
+        return -1;
+    }
+    static const auto next = real<int (*)(clockid_t, struct timespec*)>("clock_gettime");
+    return next(clock, time);
 }
 
 } // extern "C"

@@ -14,6 +14,14 @@ enum class FaultyCall {
     TimerCreate,
     BusGetSync,
     DltRegisterContext,
+    Close,
+    Unlink,
+    Fstat,
+    Read,
+    SemPost,
+    SemClose,
+    Signal,
+    ClockGettime,
     Count
 };
 

@@ -174,3 +174,151 @@ TEST_F(AStoreWhosePlatformFails, ReportsEachListAReaderCannotUnmapAndStillCloses
     EXPECT_EQ(objectSize(kDiscoveredName), static_cast<long>(kRecord));
     sem_close(semaphore);
 }
+
+TEST_F(AStoreWhosePlatformFails, ReportsAnOldListItCannotRemove)
+{
+    ASSERT_TRUE(writeFile(kKnownPath, std::string(100, 'x')));
+    DevShmInfo info = knownInfo();
+    DevShmInfo version = versionInfo();
+    LogCapture::clear();
+
+    {
+        ScopedFault fault(FaultyCall::Unlink, EACCES);
+        EXPECT_TRUE(mShm.shmComposeDeviceInfoOnBoot(info, version, SHM_OPEN_CREATE));
+    }
+
+    EXPECT_TRUE(logged(vshm("removeKnownDeviceListFile_l", "Found it! Remove!"), kSeverityInfo));
+    EXPECT_TRUE(logged(vshmError("removeKnownDeviceListFile_l", "unlink() failed! errno:" + std::to_string(EACCES)),
+                       kSeverityError));
+    EXPECT_TRUE(logged(vshmError("checkAvailabilityOnStoredFile_l", "removeKnownDeviceListFile_l() failed!"),
+                       kSeverityError));
+    // The old list stays and is opened as it is.
+    EXPECT_EQ(fileSize(kKnownPath), 100);
+    EXPECT_EQ(readWholeFile(kVersionPath), "0018");
+}
+
+TEST_F(AStoreWhosePlatformFails, ReportsTheVersionFileAndTheNewListThatItCannotClose)
+{
+    DevShmInfo info = knownInfo();
+    DevShmInfo version = versionInfo();
+    LogCapture::clear();
+
+    {
+        ScopedFault fault(FaultyCall::Close, EIO, 2);
+        EXPECT_TRUE(mShm.shmComposeDeviceInfoOnBoot(info, version, SHM_OPEN_CREATE));
+        EXPECT_EQ(veltest::injectedFailures(FaultyCall::Close), 2u);
+    }
+
+    EXPECT_TRUE(logged(vshmError("writeDeviceStructureVersion_l", "close() failed! errno:" + std::to_string(EIO)),
+                       kSeverityError));
+    EXPECT_TRUE(logged(vshmError("checkAvailabilityOnStoredFile_l", "writeDeviceStructureVersion_l() failed!"),
+                       kSeverityError));
+    EXPECT_TRUE(logged(vshmError("removeKnownDeviceListFile_l",
+                                 "close(knownDevListFd) failed! errno:" + std::to_string(EIO)),
+                       kSeverityError));
+    // The version was written before the close failed.
+    EXPECT_EQ(readWholeFile(kVersionPath), "0018");
+    EXPECT_EQ(version.fd, -1);
+}
+
+TEST_F(AStoreWhosePlatformFails, TrustsAStoredListWhoseSizeCannotBeAsked)
+{
+    ASSERT_TRUE(writeFile(kVersionPath, "0018"));
+    ASSERT_TRUE(writeFile(kKnownPath, std::string(100, 'x')));
+    DevShmInfo info = knownInfo();
+    DevShmInfo version = versionInfo();
+    LogCapture::clear();
+
+    {
+        ScopedFault fault(FaultyCall::Fstat, EIO);
+        EXPECT_TRUE(mShm.shmComposeDeviceInfoOnBoot(info, version, SHM_OPEN_CREATE));
+    }
+
+    EXPECT_TRUE(logged(vshmError("isInvalidDeviceInfo_l", "fstat() failed!. errno:" + std::to_string(EIO)),
+                       kSeverityError));
+    EXPECT_EQ(LogCapture::count("Try to write version file"), 0u);
+    EXPECT_EQ(fileSize(kKnownPath), 100);
+}
+
+TEST_F(AStoreWhosePlatformFails, DropsTheStoredListWhenTheVersionFileCannotBeRead)
+{
+    ASSERT_TRUE(writeFile(kVersionPath, "0018"));
+    const std::vector<unsigned char> known = records(10, 0x4B);
+    ASSERT_TRUE(writeFile(kKnownPath, known.data(), known.size()));
+    DevShmInfo info = knownInfo();
+    DevShmInfo version = versionInfo();
+    LogCapture::clear();
+
+    {
+        ScopedFault fault(FaultyCall::Read, EIO);
+        EXPECT_TRUE(mShm.shmComposeDeviceInfoOnBoot(info, version, SHM_OPEN_CREATE));
+    }
+
+    EXPECT_TRUE(logged(vshmError("isInvalidVersionInfo_l", "read(version_file) failed! errno:" + std::to_string(EIO)),
+                       kSeverityError));
+    EXPECT_TRUE(logged(vshm("isInvalidVersionInfo_l", "DEVICE version NOT Same! old:, new:0018"), kSeverityInfo));
+    EXPECT_EQ(fileSize(kKnownPath), 0);
+}
+
+TEST_F(AStoreWhosePlatformFails, ReleasesTheSemaphoreOnlyOnceWhenItsPostFailsAndReportsIt)
+{
+    const std::vector<unsigned char> known = records(10, 0x4B);
+    ASSERT_TRUE(writeFile(kKnownPath, known.data(), known.size()));
+    ASSERT_TRUE(writeObject(kDiscoveredName, records(1, 0x44)));
+    sem_t* semaphore = createServiceSemaphore(1);
+    ASSERT_NE(semaphore, SEM_FAILED);
+    {
+        VelLibShm reader;
+        ASSERT_TRUE(reader.initialize("client"));
+        std::vector<DEVICE> buffer(1);
+        LogCapture::clear();
+
+        {
+            ScopedFault fault(FaultyCall::SemPost, EOVERFLOW);
+            // The copy itself succeeded; the failed post is reported.
+            EXPECT_TRUE(reader.readData(buffer.data(), DISCOVERED_DEVICE_LIST, static_cast<int>(kRecord)));
+        }
+
+        EXPECT_TRUE(logged(libshm(" @@@ ERR. sem_post() failed! errno:" + std::to_string(EOVERFLOW)), kSeverityError));
+        EXPECT_EQ(LogCapture::count("Released semaphore"), 0u);
+        EXPECT_EQ(std::string(buffer[0].deviceId), "dev-0-68");
+        int value = -1;
+        ASSERT_EQ(sem_getvalue(semaphore, &value), 0);
+        EXPECT_EQ(value, 0);
+        LogCapture::clear();
+
+        veltest::failNextCalls(FaultyCall::SemClose, EINVAL);
+        veltest::failNextCalls(FaultyCall::Close, EBADF);
+    }
+    veltest::clearFaults();
+
+    EXPECT_TRUE(logged(libshm(" @@@ ERR. sem_close() failed! (errno:" + std::to_string(EINVAL) + ")"), kSeverityError));
+    EXPECT_TRUE(logged(vshmError("shmClose", "close() failed! errno:" + std::to_string(EBADF)), kSeverityError));
+    sem_close(semaphore);
+}
+
+TEST_F(AStoreWhosePlatformFails, ReportsWhatAReleasedReaderCannotCloseAndStillLetsGo)
+{
+    const std::vector<unsigned char> known = records(10, 0x4B);
+    ASSERT_TRUE(writeFile(kKnownPath, known.data(), known.size()));
+    ASSERT_TRUE(writeObject(kDiscoveredName, records(1, 0x44)));
+    sem_t* semaphore = createServiceSemaphore(1);
+    ASSERT_NE(semaphore, SEM_FAILED);
+    auto* reader = new VelLibShm();
+    ASSERT_TRUE(reader->initialize("client"));
+    LogCapture::clear();
+
+    veltest::failNextCalls(FaultyCall::SemClose, EINVAL);
+    veltest::failNextCalls(FaultyCall::Close, EBADF, 2);
+    VelLibShmRelease::releaseKeepingNames(reader);
+    veltest::clearFaults();
+
+    EXPECT_TRUE(logged(libshm(" @@@ ERR. sem_close() failed! (errno:" + std::to_string(EINVAL) + ")"), kSeverityError));
+    EXPECT_TRUE(logged(libshm(" @@@ ERR. close() of " + std::string(kKnownPath) + " failed! (errno:" +
+                              std::to_string(EBADF) + ")"),
+                       kSeverityError));
+    EXPECT_TRUE(logged(libshm(" @@@ ERR. close() of " + std::string(kDiscoveredName) + " failed! (errno:" +
+                              std::to_string(EBADF) + ")"),
+                       kSeverityError));
+    sem_close(semaphore);
+}
