@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "FaultInjection.h"
 #include "LogCapture.h"
 #include "vel/OrnaLogWrapper.h"
 
@@ -69,12 +70,16 @@ TEST(TheDltSink, FormatsWhatIsNotAPlainTextLineAndTakesANullFormatAsAnEmptyLine)
     sink("file.cpp", "function", 1, 0xC0, 0, 0, "%s-%d-%s", "one", 2, "three");
     sink("file.cpp", "function", 2, 0xC0, 0, 0, nullptr);
     sink("file.cpp", "function", 3, 0xC0, 0, 0, "%s", "plain");
+    sink("file.cpp", "function", 4, 0xC0, 0, 0, "%s", static_cast<const char*>(nullptr));
+    sink("file.cpp", "function", 5, 0xC0, 0, 0, "");
 
     const std::vector<Written> lines = written();
-    ASSERT_EQ(lines.size(), 3u);
+    ASSERT_EQ(lines.size(), 5u);
     EXPECT_EQ(lines[0].text, "one-2-three");
     EXPECT_EQ(lines[1].text, "");
     EXPECT_EQ(lines[2].text, "plain");
+    EXPECT_EQ(lines[3].text, "");
+    EXPECT_EQ(lines[4].text, "");
 }
 
 TEST(TheDltSink, MapsEverySeverityCodeToItsDltLevelAndAnUnknownOneToInfo)
@@ -110,6 +115,23 @@ TEST(TheDltLevels, LetThroughWhatTheContextsLevelCoversAndCountAnUnknownLevelAsI
     orna::log(&gInfoContext, DLT_LOG_DEBUG, "debug line");
     orna::log(&gInfoContext, DLT_LOG_INFO, "info line");
     orna::log(&gInfoContext, static_cast<DltLogLevelType>(7), "line of no level");
+    orna::log(&gInfoContext, DLT_LOG_OFF, "line of level off");
 
-    EXPECT_EQ(veltest::LogCapture::texts(), (std::vector<std::string>{"info line", "line of no level"}));
+    EXPECT_EQ(veltest::LogCapture::texts(),
+              (std::vector<std::string>{"info line", "line of no level", "line of level off"}));
+}
+
+TEST(TheDltSink, WritesNothingForLinesOfAContextDltRefused)
+{
+    const Sink sink = libvelDltSink();
+    ASSERT_NE(sink, nullptr);
+
+    // Outside a message of the wrapper the sink's lines go to its own context.
+    veltest::failNextCalls(veltest::FaultyCall::DltRegisterContext, 0, 1);
+    sink("file.cpp", "function", 1, 0xC0, 0, 0, "%s", "refused");
+    sink("file.cpp", "function", 2, 0xC0, 0, 0, "%s", "refused again");
+    veltest::clearFaults();
+
+    EXPECT_EQ(veltest::injectedFailures(veltest::FaultyCall::DltRegisterContext), 1u);
+    EXPECT_TRUE(written().empty());
 }
