@@ -1,11 +1,12 @@
 #include "Exit.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
 
 #ifdef VEL_COVERAGE
+#include <fcntl.h>
+
 extern "C" void __gcov_dump(void);
 #endif
 
