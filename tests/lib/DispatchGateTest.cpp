@@ -44,29 +44,55 @@ TEST(ADispatchGate, IsFoundByItsOwnersAddressAndReopenedForANewOwnerThere)
     EXPECT_EQ(DispatchGate::forOwner(&second), nullptr);
 }
 
+namespace {
+
+// A callback on a thread of its own that has passed the gate and stays inside
+// until released (at the latest when this object goes).
+class CallbackInside {
+public:
+    explicit CallbackInside(DispatchGate* gate)
+        : mThread([this, gate] {
+              DispatchGate::Pass pass(gate);
+              mInside = true;
+              while (!mReleased) {
+                  std::this_thread::sleep_for(1ms);
+              }
+          })
+    {
+    }
+    ~CallbackInside() { release(); }
+
+    bool waitUntilInside() { return veltest::waitUntil([this] { return mInside.load(); }); }
+    void release()
+    {
+        mReleased = true;
+        if (mThread.joinable()) {
+            mThread.join();
+        }
+    }
+
+private:
+    std::atomic<bool> mInside{false};
+    std::atomic<bool> mReleased{false};
+    std::thread mThread;
+};
+
+} // namespace
+
 TEST(ADispatchGate, WaitsForACallbackStillInsideBeforeReportingItIdle)
 {
     int owner = 0;
     DispatchGate* gate = DispatchGate::openFor(&owner);
-    std::atomic<bool> inside{false};
-    std::atomic<bool> release{false};
-    std::thread callback([&] {
-        DispatchGate::Pass pass(gate);
-        inside = true;
-        while (!release) {
-            std::this_thread::sleep_for(1ms);
-        }
-    });
-    ASSERT_TRUE(veltest::waitUntil([&] { return inside.load(); }));
+    CallbackInside callback(gate);
+    ASSERT_TRUE(callback.waitUntilInside());
 
     std::atomic<bool> drained{false};
     std::thread closer([&] { drained = gate->closeAndDrain(10s); });
     // The closer must still be waiting while the callback is inside.
     std::this_thread::sleep_for(50ms);
     EXPECT_FALSE(drained);
-    release = true;
+    callback.release();
     closer.join();
-    callback.join();
 
     EXPECT_TRUE(drained);
 }
@@ -75,21 +101,10 @@ TEST(ADispatchGate, GivesUpWhenACallbackOutstaysTheTimeout)
 {
     int owner = 0;
     DispatchGate* gate = DispatchGate::openFor(&owner);
-    std::atomic<bool> inside{false};
-    std::atomic<bool> release{false};
-    std::thread callback([&] {
-        DispatchGate::Pass pass(gate);
-        inside = true;
-        while (!release) {
-            std::this_thread::sleep_for(1ms);
-        }
-    });
-    ASSERT_TRUE(veltest::waitUntil([&] { return inside.load(); }));
+    CallbackInside callback(gate);
+    ASSERT_TRUE(callback.waitUntilInside());
 
     EXPECT_FALSE(gate->closeAndDrain(20ms));
-
-    release = true;
-    callback.join();
 }
 
 TEST(ADispatchGate, DoesNotWaitForItselfWhenClosedFromInsideACallback)

@@ -23,6 +23,19 @@ Call makeCall(const std::string& tag, const char* name)
 
 RecordingCallBack::RecordingCallBack(std::string tag) : mTag(std::move(tag)) {}
 
+void RecordingCallBack::recordFields(const char* name, const Fields& fields)
+{
+    Call call = makeCall(mTag, name);
+    call.result = fields.result;
+    call.deviceId = fields.deviceId;
+    call.technology = fields.technology;
+    call.flag = fields.flag;
+    if (fields.devices != nullptr) {
+        call.devices.assign(fields.devices->begin(), fields.devices->end());
+    }
+    record(call);
+}
+
 void RecordingCallBack::record(Call call)
 {
     {
@@ -98,154 +111,99 @@ void RecordingCallBack::onRcvMVELReady(bool ready)
 
 void RecordingCallBack::onRcvResponseAbortDiscovery(int result)
 {
-    Call call = makeCall(mTag, "onRcvResponseAbortDiscovery");
-    call.result = result;
-    record(call);
+    recordFields("onRcvResponseAbortDiscovery", Fields{result});
 }
 
 void RecordingCallBack::onRcvResponseConnectService(std::string deviceId, TECHNOLOGY_e technology, int result)
 {
-    Call call = makeCall(mTag, "onRcvResponseConnectService");
-    call.deviceId = deviceId;
-    call.technology = technology;
-    call.result = result;
-    record(call);
+    recordFields("onRcvResponseConnectService", Fields{result, deviceId, technology});
 }
 
 void RecordingCallBack::onRcvResponseDisconnectService(std::string deviceId, TECHNOLOGY_e technology, int result)
 {
-    Call call = makeCall(mTag, "onRcvResponseDisconnectService");
-    call.deviceId = deviceId;
-    call.technology = technology;
-    call.result = result;
-    record(call);
+    recordFields("onRcvResponseDisconnectService", Fields{result, deviceId, technology});
 }
 
 void RecordingCallBack::onRcvResponseEmergencyCallIndicator(int result)
 {
-    Call call = makeCall(mTag, "onRcvResponseEmergencyCallIndicator");
-    call.result = result;
-    record(call);
+    recordFields("onRcvResponseEmergencyCallIndicator", Fields{result});
 }
 
 void RecordingCallBack::onRcvResponseReconnectSuspend(int result)
 {
-    Call call = makeCall(mTag, "onRcvResponseReconnectSuspend");
-    call.result = result;
-    record(call);
+    recordFields("onRcvResponseReconnectSuspend", Fields{result});
 }
 
 void RecordingCallBack::onRcvResponseRejectTechnologySelection(std::string deviceId, int result)
 {
-    Call call = makeCall(mTag, "onRcvResponseRejectTechnologySelection");
-    call.deviceId = deviceId;
-    call.result = result;
-    record(call);
+    recordFields("onRcvResponseRejectTechnologySelection", Fields{result, deviceId});
 }
 
 void RecordingCallBack::onRcvResponseRemoveDevice(std::string deviceId, int result)
 {
-    Call call = makeCall(mTag, "onRcvResponseRemoveDevice");
-    call.deviceId = deviceId;
-    call.result = result;
-    record(call);
+    recordFields("onRcvResponseRemoveDevice", Fields{result, deviceId});
 }
 
 void RecordingCallBack::onRcvResponseRestoreFactorySettings(int result)
 {
-    Call call = makeCall(mTag, "onRcvResponseRestoreFactorySettings");
-    call.result = result;
-    record(call);
+    recordFields("onRcvResponseRestoreFactorySettings", Fields{result});
 }
 
 void RecordingCallBack::onRcvResponseSetPrioritizedDevice(int result)
 {
-    Call call = makeCall(mTag, "onRcvResponseSetPrioritizedDevice");
-    call.result = result;
-    record(call);
+    recordFields("onRcvResponseSetPrioritizedDevice", Fields{result});
 }
 
 void RecordingCallBack::onRcvResponseStartReconnect(int result)
 {
-    Call call = makeCall(mTag, "onRcvResponseStartReconnect");
-    call.result = result;
-    record(call);
+    recordFields("onRcvResponseStartReconnect", Fields{result});
 }
 
 void RecordingCallBack::onRcvResponseStartDiscovery(int result)
 {
-    Call call = makeCall(mTag, "onRcvResponseStartDiscovery");
-    call.result = result;
-    record(call);
+    recordFields("onRcvResponseStartDiscovery", Fields{result});
 }
 
 void RecordingCallBack::onRcvUpdateDeviceDisconnectionInfo(std::string deviceId, TECHNOLOGY_e technology, int,
                                                            int result)
 {
-    Call call = makeCall(mTag, "onRcvUpdateDeviceDisconnectionInfo");
-    call.deviceId = deviceId;
-    call.technology = technology;
-    call.result = result;
-    record(call);
+    recordFields("onRcvUpdateDeviceDisconnectionInfo", Fields{result, deviceId, technology});
 }
 
 void RecordingCallBack::onRcvUpdateDiscoveredDevices(std::list<DEVICE>& devices, int result)
 {
-    Call call = makeCall(mTag, "onRcvUpdateDiscoveredDevices");
-    call.devices.assign(devices.begin(), devices.end());
-    call.result = result;
-    record(call);
+    recordFields("onRcvUpdateDiscoveredDevices", Fields{result, {}, {}, false, &devices});
 }
 
 void RecordingCallBack::onRcvUpdateEmergencyCallIndicator(bool active, int result)
 {
-    Call call = makeCall(mTag, "onRcvUpdateEmergencyCallIndicator");
-    call.flag = active;
-    call.result = result;
-    record(call);
+    recordFields("onRcvUpdateEmergencyCallIndicator", Fields{result, {}, {}, active});
 }
 
 void RecordingCallBack::onRcvUpdateGetTechnologySelection(std::string deviceId, int result)
 {
-    Call call = makeCall(mTag, "onRcvUpdateGetTechnologySelection");
-    call.deviceId = deviceId;
-    call.result = result;
-    record(call);
+    recordFields("onRcvUpdateGetTechnologySelection", Fields{result, deviceId});
 }
 
 void RecordingCallBack::onRcvUpdateIncomingServiceRequestLimitExceeded(std::string deviceId,
                                                                        TECHNOLOGY_e technology, int result)
 {
-    Call call = makeCall(mTag, "onRcvUpdateIncomingServiceRequestLimitExceeded");
-    call.deviceId = deviceId;
-    call.technology = technology;
-    call.result = result;
-    record(call);
+    recordFields("onRcvUpdateIncomingServiceRequestLimitExceeded", Fields{result, deviceId, technology});
 }
 
 void RecordingCallBack::onRcvNoticeLinkLossToApp(std::string deviceId, TECHNOLOGY_e technology, int result)
 {
-    Call call = makeCall(mTag, "onRcvNoticeLinkLossToApp");
-    call.deviceId = deviceId;
-    call.technology = technology;
-    call.result = result;
-    record(call);
+    recordFields("onRcvNoticeLinkLossToApp", Fields{result, deviceId, technology});
 }
 
 void RecordingCallBack::onRcvUpdateKnownDevices(std::list<DEVICE>& devices, int result)
 {
-    Call call = makeCall(mTag, "onRcvUpdateKnownDevices");
-    call.devices.assign(devices.begin(), devices.end());
-    call.result = result;
-    record(call);
+    recordFields("onRcvUpdateKnownDevices", Fields{result, {}, {}, false, &devices});
 }
 
 void RecordingCallBack::onRcvUpdateSingleDeviceCoexMode(bool coexMode, int result)
 {
-    Call call = makeCall(mTag, "onRcvUpdateSingleDeviceCoexMode");
-    call.flag = coexMode;
-    call.result = result;
-    record(call);
+    recordFields("onRcvUpdateSingleDeviceCoexMode", Fields{result, {}, {}, coexMode});
 }
 
 bool RecordingCallBack::onRcvTechActiveInfo(std::vector<TECH_ACTIVE_INFO_s> infos)

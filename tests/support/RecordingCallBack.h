@@ -69,6 +69,15 @@ public:
     static void clearAll();
 
 private:
+    // What most callbacks carry; the fields a callback lacks keep a Call's defaults.
+    struct Fields {
+        int result = 0;
+        std::string deviceId;
+        TECHNOLOGY_e technology = static_cast<TECHNOLOGY_e>(0);
+        bool flag = false;
+        const std::list<DEVICE>* devices = nullptr;
+    };
+    void recordFields(const char* name, const Fields& fields);
     void record(Call call);
 
     std::string mTag;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <string>
 #include <thread>
 
 #include "PrivateBus.h"
@@ -122,6 +123,23 @@ private:
     GVariant* mReceived = nullptr;
 };
 
+// The caught signal's parameters, compared by type and printed value.
+::testing::AssertionResult arrivesAs(SignalCatcher& catcher, const char* type, const char* printed)
+{
+    GVariant* received = catcher.wait(5s);
+    if (received == nullptr) {
+        return ::testing::AssertionFailure() << "no signal within 5 s";
+    }
+    gchar* text = g_variant_print(received, FALSE);
+    const std::string got = text;
+    g_free(text);
+    if (std::string(g_variant_get_type_string(received)) != type || got != printed) {
+        return ::testing::AssertionFailure()
+               << "got " << g_variant_get_type_string(received) << " " << got << ", want " << type << " " << printed;
+    }
+    return ::testing::AssertionSuccess();
+}
+
 class ThePrivateBus : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(mBus.start()); }
@@ -202,12 +220,7 @@ TEST_F(ThePrivateBus, DeliversAppRequestDoneWithItsArgumentTypes)
 
     com_qor_vel_communicator_emit_app_request_done(service.skeleton(), 0, 1, "42", 5);
 
-    GVariant* received = catcher.wait(5s);
-    ASSERT_NE(received, nullptr);
-    EXPECT_STREQ(g_variant_get_type_string(received), "(uusu)");
-    gchar* printed = g_variant_print(received, FALSE);
-    EXPECT_STREQ(printed, "(0, 1, '42', 5)");
-    g_free(printed);
+    EXPECT_TRUE(arrivesAs(catcher, "(uusu)", "(0, 1, '42', 5)"));
 }
 
 TEST_F(ThePrivateBus, DeliversCheckCapabilityWithItsCredentialsArray)
@@ -221,12 +234,7 @@ TEST_F(ThePrivateBus, DeliversCheckCapabilityWithItsCredentialsArray)
     com_qor_vel_communicator_emit_check_capability(service.skeleton(), "77", 4, "/dev/spp0", "00:11",
                                                    g_variant_builder_end(&builder));
 
-    GVariant* received = catcher.wait(5s);
-    ASSERT_NE(received, nullptr);
-    EXPECT_STREQ(g_variant_get_type_string(received), "(sussa(ssyuuss))");
-    gchar* printed = g_variant_print(received, FALSE);
-    EXPECT_STREQ(printed, "('77', 4, '/dev/spp0', '00:11', [('car-ap', 'secret', 0x06, 3, 7000, '192.168.1.1', 'aa:bb')])");
-    g_free(printed);
+    EXPECT_TRUE(arrivesAs(catcher, "(sussa(ssyuuss))", "('77', 4, '/dev/spp0', '00:11', [('car-ap', 'secret', 0x06, 3, 7000, '192.168.1.1', 'aa:bb')])"));
 }
 
 TEST_F(ThePrivateBus, DeliversNoticeTechActiveInfoAsAnArrayOfTechnologyAndFlag)
@@ -240,12 +248,7 @@ TEST_F(ThePrivateBus, DeliversNoticeTechActiveInfoAsAnArrayOfTechnologyAndFlag)
 
     com_qor_vel_communicator_emit_notice_tech_active_info(service.skeleton(), g_variant_builder_end(&builder));
 
-    GVariant* received = catcher.wait(5s);
-    ASSERT_NE(received, nullptr);
-    EXPECT_STREQ(g_variant_get_type_string(received), "(a(ub))");
-    gchar* printed = g_variant_print(received, FALSE);
-    EXPECT_STREQ(printed, "([(2, true), (6, false)],)");
-    g_free(printed);
+    EXPECT_TRUE(arrivesAs(catcher, "(a(ub))", "([(2, true), (6, false)],)"));
 }
 
 TEST_F(ThePrivateBus, NamesTheInterfaceExactlyAsTheBusNameWithoutTurningUnderscoresIntoDots)

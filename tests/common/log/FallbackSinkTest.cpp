@@ -12,16 +12,16 @@ namespace {
 
 // The probe's stderr, one entry per line, with VEL_LOG_LEVEL set to `level`
 // (or unset when level is null).
-std::vector<std::string> probeLines(const char* level)
+std::vector<std::string> probeLines(const char* level, const char* argument = "")
 {
     std::string command = level != nullptr ? std::string("VEL_LOG_LEVEL=") + level + " " : "unset VEL_LOG_LEVEL; ";
-    command += std::string("'") + VEL_FALLBACK_SINK_PROBE + "' 2>&1 >/dev/null";
+    command += std::string("'") + VEL_FALLBACK_SINK_PROBE + "' " + argument + " 2>&1 >/dev/null";
     std::vector<std::string> lines;
     FILE* output = popen(command.c_str(), "r");
     if (output == nullptr) {
         return lines;
     }
-    char buffer[512];
+    char buffer[4096];
     while (std::fgets(buffer, sizeof(buffer), output) != nullptr) {
         std::string line(buffer);
         if (!line.empty() && line.back() == '\n') {
@@ -82,4 +82,22 @@ TEST(TheFallbackSink, PrintsNothingAtLevelOff)
 TEST(TheFallbackSink, TakesAnUnknownLevelForTheDefault)
 {
     EXPECT_EQ(probeLines("loud"), plus(kErrors, {"vel WARN probe warn"}));
+}
+
+TEST(TheFallbackSink, PrintsALineOfNoKnownLevelAsInformationNamedDefault)
+{
+    const std::vector<std::string> lines = probeLines("info", "odd");
+    ASSERT_GE(lines.size(), 2u);
+    EXPECT_EQ(lines[lines.size() - 2], "vel DEFAULT probe of no level");
+}
+
+TEST(TheFallbackSink, CutsAnOverlongLineAndMarksTheCut)
+{
+    const std::vector<std::string> lines = probeLines("error", "odd");
+    ASSERT_EQ(lines.size(), 3u);
+    const std::string& cut = lines.back();
+    EXPECT_EQ(cut.rfind("vel ERROR long:yyy", 0), 0u);
+    EXPECT_EQ(cut.substr(cut.size() - 6), "yyy...");
+    // The sink's buffer holds 2047 characters of the line and its terminator.
+    EXPECT_EQ(cut.size(), std::string("vel ERROR ").size() + 2047 + 3);
 }

@@ -95,6 +95,20 @@ TEST_F(ALogWrapper, WritesEachPieceTypeWithTheStreamsDefaultFormatting)
               std::vector<std::string>{"ab-34-12-20000000004000000000-5000000000600000000010|str"});
 }
 
+TEST_F(ALogWrapper, WritesACharAsItsCharacterAndADoubleInTheStreamsShortestForm)
+{
+    orna::log(&gTestContext, DLT_LOG_INFO, 'c', '=', 2.5, ",", 1e20, ",", -0.125);
+
+    ASSERT_EQ(LogCapture::texts(), std::vector<std::string>{"c=2.5,1e+20,-0.125"});
+}
+
+TEST_F(ALogWrapper, HasNothingToUndoOnDeinit)
+{
+    EXPECT_EQ(orna::OrnaLogWrapper::instance(true)->deinit(), 0);
+    orna::log(&gTestContext, DLT_LOG_INFO, "still logging");
+    EXPECT_EQ(LogCapture::texts(), std::vector<std::string>{"still logging"});
+}
+
 TEST_F(ALogWrapper, WritesTheExtremesOfEveryIntegerTypeInDecimal)
 {
     orna::log(&gTestContext, DLT_LOG_INFO, std::numeric_limits<short>::min(), " ",

@@ -1,8 +1,12 @@
 // Writes one library log line at each level through the library's own
-// fallback sink (this program provides no vw_log_print of its own).
+// fallback sink (this program provides no vw_log_print of its own). With the
+// argument "odd": a line of no known level and a line too long for the sink.
+#include <cstring>
+#include <string>
+
 #include "vel/OrnaLogWrapper.h"
 
-int main()
+int main(int argc, char** argv)
 {
     static DltContext context;
     orna::log(&context, DLT_LOG_FATAL, "probe fatal");
@@ -11,5 +15,9 @@ int main()
     orna::log(&context, DLT_LOG_INFO, "probe info");
     orna::log(&context, DLT_LOG_DEBUG, "probe debug");
     orna::log(&context, DLT_LOG_VERBOSE, "probe verbose");
+    if (argc > 1 && std::strcmp(argv[1], "odd") == 0) {
+        orna::log(&context, static_cast<DltLogLevelType>(7), "probe of no level");
+        orna::log(&context, DLT_LOG_ERROR, "long:", std::string(3000, 'y'));
+    }
     return 0;
 }

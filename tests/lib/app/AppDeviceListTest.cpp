@@ -137,6 +137,46 @@ TEST_F(AnAppClientReadingDeviceLists, EndsTheValidKnownRecordsAtAnEmptyThirdOneB
               (std::vector<std::string>{"dev-A", "dev-B", "dev-D"}));
 }
 
+TEST_F(AnAppClientReadingDeviceLists, HandsAnEmptyKnownListOverWhenTheStoreHoldsNoDevice)
+{
+    publishDevices(KNOWN_DEVICE_LIST, {}, true);
+
+    ASSERT_TRUE(recorder(0).waitFor("onRcvUpdateKnownDevices"));
+    EXPECT_TRUE(recorder(0).calls("onRcvUpdateKnownDevices").at(0).devices.empty());
+    // The whole list is still read, and every one of its ten records is empty.
+    EXPECT_EQ(LogCapture::count(kKnownRead), 1u);
+    EXPECT_EQ(LogCapture::count("]'s deviceId is empty!"), 10u);
+    EXPECT_TRUE(LogCapture::hasExact(appLine("changeArrayToList_l", "@@@ WARN. pDevList.size:0"), veltest::kSeverityWarn));
+    EXPECT_TRUE(LogCapture::hasExact(appLine("composeDeviceListToIncludeValidItemOnly_l",
+                                             "found last item in KnownDevie list. index:0"),
+                                     veltest::kSeverityInfo));
+    EXPECT_TRUE(LogCapture::hasExact(appLine("handleUpdatedDeviceInfo_l", "calling.. _pCb->onRcvUpdateKnownDevices() size:0"),
+                                     veltest::kSeverityInfo));
+    EXPECT_EQ(LogCapture::count("] deviceId:"), 0u);
+    EXPECT_TRUE(simLogged("call informFromApp (uint32 0, '0')"));
+}
+
+TEST_F(AnAppClientReadingDeviceLists, ListsTheLaterKnownDevicesWhenTheFirstRecordIsEmpty)
+{
+    const std::vector<DEVICE> written = publishDevices(KNOWN_DEVICE_LIST, {"", "dev-B", "dev-C"}, true);
+
+    ASSERT_TRUE(recorder(0).waitFor("onRcvUpdateKnownDevices"));
+    const std::vector<DEVICE> devices = recorder(0).calls("onRcvUpdateKnownDevices").at(0).devices;
+    ASSERT_EQ(idsOf(devices), (std::vector<std::string>{"dev-B", "dev-C"}));
+    EXPECT_TRUE(sameBytes(devices[0], written[1]));
+    EXPECT_TRUE(LogCapture::hasExact(appLine("changeArrayToList_l", "@@@ WARN. mpDeviceArray[0]'s deviceId is empty!"),
+                                     veltest::kSeverityWarn));
+    // No valid leading record at all.
+    EXPECT_TRUE(LogCapture::hasExact(appLine("composeDeviceListToIncludeValidItemOnly_l",
+                                             "found last item in KnownDevie list. index:0"),
+                                     veltest::kSeverityInfo));
+
+    // A later reading of a filled list is not disturbed by the empty one.
+    publishDevices(KNOWN_DEVICE_LIST, {"dev-A"}, true);
+    ASSERT_TRUE(recorder(0).waitFor("onRcvUpdateKnownDevices", 2));
+    EXPECT_EQ(idsOf(recorder(0).calls("onRcvUpdateKnownDevices").at(1).devices), std::vector<std::string>{"dev-A"});
+}
+
 TEST_F(AnAppClientReadingDeviceLists, TakesTheDiscoveredCountFromTheFirstDetailAndIgnoresTheSecond)
 {
     publishDevices(DISCOVERED_DEVICE_LIST, {"dev-1", "dev-2", "dev-3", "dev-4"}, false);

@@ -3,9 +3,34 @@
 #include <chrono>
 #include <fstream>
 
+#include <gtest/gtest.h>
+
 #include "WaitUntil.h"
 
 namespace timertest {
+
+namespace {
+
+// The first POSIX timer of a process has id 0, which reads as a null
+// pointer: a check that an erased timer's variable is null would hold before
+// the erase as well. A quiet timer made before any test takes that id.
+class TimerIdZeroTaken : public ::testing::Environment {
+public:
+    void SetUp() override
+    {
+        sigevent quiet{};
+        quiet.sigev_notify = SIGEV_NONE;
+        ASSERT_EQ(timer_create(CLOCK_MONOTONIC, &quiet, &mTimer), 0);
+    }
+    void TearDown() override { timer_delete(mTimer); }
+
+private:
+    timer_t mTimer{};
+};
+
+const ::testing::Environment* const gTimerIdZeroTaken = ::testing::AddGlobalTestEnvironment(new TimerIdZeroTaken);
+
+} // namespace
 
 volatile sig_atomic_t gFiredCount = 0;
 volatile sig_atomic_t gFiredSignal = 0;

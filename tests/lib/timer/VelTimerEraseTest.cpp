@@ -68,6 +68,7 @@ TEST(AVelTimer, DeletesTheTimerAndNullsTheVariableOnErase)
     const int timersBefore = countPosixTimers();
     ASSERT_TRUE(timer.start(recordSignal, 60000, &timerId, kTestSignal, "owner"));
     void* const id = timerId;
+    ASSERT_NE(id, nullptr);
     LogCapture::clear();
 
     EXPECT_TRUE(timer.erase(timerId, true));
