@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "vel/VelCallBackApp.h"
@@ -70,12 +71,20 @@ public:
 
 private:
     // What most callbacks carry; the fields a callback lacks keep a Call's defaults.
+    // What one callback carries; a callback names the leading ones it has.
     struct Fields {
-        int result = 0;
+        Fields(int resultValue, std::string deviceIdValue = std::string(),
+               TECHNOLOGY_e technologyValue = static_cast<TECHNOLOGY_e>(0), bool flagValue = false,
+               const std::list<DEVICE>* devicesValue = nullptr)
+            : result(resultValue), deviceId(std::move(deviceIdValue)), technology(technologyValue), flag(flagValue),
+              devices(devicesValue)
+        {
+        }
+        int result;
         std::string deviceId;
-        TECHNOLOGY_e technology = static_cast<TECHNOLOGY_e>(0);
-        bool flag = false;
-        const std::list<DEVICE>* devices = nullptr;
+        TECHNOLOGY_e technology;
+        bool flag;
+        const std::list<DEVICE>* devices;
     };
     void recordFields(const char* name, const Fields& fields);
     void record(Call call);
