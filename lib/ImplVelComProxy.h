@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "vel/VelTypes.h"
@@ -22,6 +21,11 @@ public:
     bool openProxy();
     void registerMe();
     bool checkDbusServiceRegistered(bool useSessionBus, std::string serviceName);
+    // The owner's reaction to the service's name appearing or vanishing, up to
+    // but not including the callback agent, which is told only when this
+    // returns true. Logs under `function`, the name of the step the client
+    // sees. Runs on the main-loop thread.
+    bool followLink(bool appeared, const char* function);
 
     std::string mName;
     uint32_t mClientType;
@@ -29,7 +33,4 @@ public:
     VelComProxy* mOwner;
     VelCallBackAgent* mCallBackAgent;
     bool mLazyInitialized;
-    // Held for the whole of agentCallback; recursive because a callback may
-    // initialise its facade again from inside onRcvMVELReady.
-    std::recursive_mutex mAgentCallbackMutex;
 };

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <gio/gio.h>
-
 #include <future>
 #include <string>
 #include <thread>
 
+#include "vel/GlibTypes.h"
 #include "vel/VelTypes.h"
-#include "vel/mvel_interface.h"
 
 /// @file
 /// The base of every client facade.

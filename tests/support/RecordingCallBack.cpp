@@ -1,4 +1,5 @@
 #include "RecordingCallBack.h"
+#include "LibraryLockCheck.h"
 #include "TimeScale.h"
 
 #include <utility>
@@ -25,6 +26,7 @@ RecordingCallBack::RecordingCallBack(std::string tag) : mTag(std::move(tag)) {}
 
 void RecordingCallBack::record(Call call)
 {
+    expectNoLibraryLockHeld(call.name);
     {
         std::lock_guard<std::mutex> lock(gMutex);
         gCalls.push_back(std::move(call));
