@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "vel/VelTypes.h"
@@ -24,7 +25,7 @@ public:
     // The owner's reaction to the service's name appearing or vanishing, up to
     // but not including the callback agent, which is told only when this
     // returns true. Logs under `function`, the name of the step the client
-    // sees. Runs on the main-loop thread.
+    // sees.
     bool followLink(bool appeared, const char* function);
 
     std::string mName;
@@ -33,4 +34,8 @@ public:
     VelComProxy* mOwner;
     VelCallBackAgent* mCallBackAgent;
     bool mLazyInitialized;
+    // Serialises the link's steps (followLink), never a client callback.
+    // Recursive so that a step which reaches the link again (a facade's lazy
+    // initialisation or subscription) cannot deadlock its own thread.
+    std::recursive_mutex mAgentCallbackMutex;
 };

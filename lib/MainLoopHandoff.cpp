@@ -23,19 +23,19 @@ gboolean runHandedOff(gpointer data)
 
 } // namespace
 
-void runOnMainLoop(const std::function<void()>& step)
+void runAttachedToDefaultContext(const std::function<void()>& step)
 {
-    GMainContext* context = g_main_context_default();
-    if (g_main_context_is_owner(context)) {
+    GMainContext* defaultContext = g_main_context_default();
+    GMainContext* own = g_main_context_get_thread_default();
+    if (own == nullptr || own == defaultContext || g_main_context_is_owner(defaultContext)) {
         step();
         return;
     }
     Handoff handoff{&step, {}};
     std::future<void> finished = handoff.done.get_future();
-    // Runs at once on this thread when it may take the default context
-    // (nobody iterates it and this thread has no context of its own pushed);
-    // otherwise the thread that iterates it picks the step up.
-    g_main_context_invoke_full(context, G_PRIORITY_DEFAULT, &runHandedOff, &handoff, nullptr);
+    // The calling thread has a thread-default context of its own, so GLib
+    // queues the step on the default context for the thread that runs it.
+    g_main_context_invoke_full(defaultContext, G_PRIORITY_DEFAULT, &runHandedOff, &handoff, nullptr);
     finished.wait();
 }
 

@@ -4,13 +4,12 @@
 
 namespace vel_link {
 
-// Runs `step` on the thread that runs GLib's global default main context (the
-// main-loop thread, or the thread of a host that iterates that context itself)
-// and returns when it is done. Whatever the step attaches to the thread-default
-// context (signal subscriptions, the bus-name watch, a proxy's own
-// subscriptions) is then dispatched there, whichever context the caller has
-// pushed for itself; and the step runs one at a time with every other event of
-// that thread. A caller that already owns the default context runs it at once.
-void runOnMainLoop(const std::function<void()>& step);
+// Runs `step` so that whatever it attaches to the thread-default main context
+// (signal subscriptions, the bus-name watch, a proxy's own subscriptions) is
+// attached to GLib's global default context, which the main-loop thread runs.
+// On a thread without a context of its own that is the case already, and the
+// step runs here. A thread that pushed a context of its own hands the step to
+// the thread that iterates the default context and waits for it there.
+void runAttachedToDefaultContext(const std::function<void()>& step);
 
 } // namespace vel_link

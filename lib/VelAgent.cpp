@@ -21,10 +21,10 @@ VelAgent::VelAgent(std::function<void(bool)> callback)
         // The recovery timer's signal handler must not run library code; the
         // relay hands each expiry to the main-loop thread.
         VelAgentExpiryRelay::install(&ImplVelAgent::onRecoveryTimerExpired);
-        // On the main-loop thread, so that the watch's events are dispatched
-        // there even for a caller that pushed a main context of its own.
+        // The watch's events belong to the main-loop thread, even when the
+        // caller pushed a main context of its own.
         ImplVelAgent* impl = mImpl;
-        vel_link::runOnMainLoop([impl] { impl->RegisterMVELService(); });
+        vel_link::runAttachedToDefaultContext([impl] { impl->RegisterMVELService(); });
     } catch (...) {
         delete mImpl;
         mImpl = nullptr;

@@ -217,13 +217,14 @@ void VelComProxy::agentCallback(bool appeared)
     }
     const char* const function = __func__;
     bool tellAgent = false;
-    // The link's steps run on the main-loop thread, one event at a time with
-    // the watch's own events: a connection asked for by doInitialize() on
-    // another thread cannot interleave with a vanish, and what it subscribes
-    // is dispatched where every bus callback is. The client's callback runs
-    // here, with nothing of the library held, so that a slow one delays no
-    // later event.
-    vel_link::runOnMainLoop([this, appeared, function, &tellAgent] {
+    // One event at a time per proxy: a connection made on the thread that
+    // called doInitialize() may still be under way when the main-loop thread
+    // brings the next event. The lock covers the link's steps only; the
+    // client's callback runs after it, so that a slow one delays no later
+    // event. What the steps subscribe belongs to the main-loop thread
+    // whichever context the caller runs.
+    vel_link::runAttachedToDefaultContext([this, appeared, function, &tellAgent] {
+        vel_link::LibraryLock<std::recursive_mutex> serial(mImpl->mAgentCallbackMutex);
         tellAgent = mImpl->followLink(appeared, function);
     });
     if (tellAgent && mImpl->mCallBackAgent != nullptr) {
