@@ -12,9 +12,9 @@
 
 #include "DispatchGate.h"
 #include "ImplVelComProxy.h"
-#include "PresenceConnectionWarmUp.h"
 #include "LibraryLock.h"
 #include "MainLoopHandoff.h"
+#include "PresenceConnectionWarmUp.h"
 #include "ProxyReference.h"
 #include "VelComProxyLog.h"
 #include "vel/VelAgent.h"
@@ -30,7 +30,7 @@ constexpr const char* kServiceObjectPath = "/com/qor/vel_communicator";
 constexpr const char* kContextTakenWarning =
     "@@@ WARN. Another thread already runs the default main context: every callback of the library runs on that "
     "thread, not on the library's own. Safe hosts: Qt with QT_NO_GLIB=1, Qt's GLib dispatcher with the application "
-    "object created before the facade, GLib programs that leave the default context to the library (see hosting)";
+    "object created before the facade, GLib programs that leave the default context to the library (docs/hosting.md)";
 
 // Set once a main-loop thread of the library holds the default context; the
 // main-loop threads of later facades wait behind it.

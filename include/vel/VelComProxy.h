@@ -59,8 +59,8 @@ public:
     std::string getAdjustedName_l(const std::string& clientName);
     /// Creates the agent that watches the service's bus name; the facades'
     /// doInitialize() calls it. If the name is already known to have an owner,
-    /// connects at once: the steps run on the main-loop thread while the caller
-    /// waits, and onRcvMVELReady(true) is then told on the calling thread.
+    /// connects at once on the calling thread (on the main-loop thread, while
+    /// the caller waits, when the caller pushed a main context of its own).
     /// @return false when the watch could not be set up
     bool prepareToCommunicateWithStub();
     /// Whether a proxy to the service exists and the last bus operation left no
@@ -78,9 +78,8 @@ public:
     /// The agent's report: the service's name appeared (true: connect, subscribe,
     /// register, then tell onRcvMVELReady(true)) or vanished (false: drop the
     /// proxy and tell onRcvMVELReady(false)). Called by the library on the
-    /// main-loop thread. Whatever the calling thread, the steps run on the
-    /// main-loop thread, one event at a time, and the callback agent is told on
-    /// the calling thread with no lock of the library held.
+    /// main-loop thread. The steps run one event at a time per proxy; the
+    /// callback agent is told afterwards, with no lock of the library held.
     /// @param appeared whether the name has an owner now
     void agentCallback(bool appeared);
 

@@ -15,18 +15,7 @@
 #include "vel/VelTimer.h"
 #include "vel/VelTypes.h"
 
-namespace {
-
-class HmiModel : public QObject {
-public:
-    explicit HmiModel(VelComProxyApp* facade) : mFacade(facade) {}
-    bool connected() const { return mFacade != nullptr && mFacade->checkProxyAvailable(); }
-
-private:
-    VelComProxyApp* mFacade;
-};
-
-} // namespace
+#include "HmiModel.h"
 
 // Compiled into the Qt host tests: the check is that this unit builds.
 bool velHeadersCompileAfterQtHeaders()

@@ -244,6 +244,20 @@ protected:
         EXPECT_EQ(veltest::LogCapture::count("Another thread already runs the default main context"), 0u);
     }
 
+    // Every callback on the GUI thread, which Qt's GLib dispatcher runs the
+    // default context on; the library says so once.
+    void expectGuiThreadHost(const Outcome& outcome)
+    {
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_TRUE(outcome.ready);
+        EXPECT_EQ(outcome.readyThread, outcome.guiThread);
+        EXPECT_EQ(outcome.signalThread, outcome.guiThread);
+        expectGuiThreadUnharmed(outcome);
+        EXPECT_EQ(veltest::LogCapture::count("@@@ WARN. Another thread already runs the default main context",
+                                             veltest::kSeverityWarn),
+                  1u);
+    }
+
     void expectGuiThreadUnharmed(const Outcome& outcome)
     {
         EXPECT_TRUE(outcome.queuedCallReachedGuiObject);
@@ -282,30 +296,12 @@ TEST_F(VEL_QT_HOST, WithoutGlibAndTheFacadeBeforeTheGuiApplicationGetsCallbacksO
     expectLibraryThreadHost(run(Application::Gui, Dispatcher::Qt, Order::FacadeFirst));
 }
 
-// Qt's GLib dispatcher runs the default context on the GUI thread, so the
-// library's callbacks come there; the library says so once.
 TEST_F(VEL_QT_HOST, WithTheGlibDispatcherAndTheCoreApplicationFirstGetsCallbacksOnTheGuiThread)
 {
-    const Outcome outcome = run(Application::Core, Dispatcher::GLib, Order::ApplicationFirst);
-    EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_TRUE(outcome.ready);
-    EXPECT_EQ(outcome.readyThread, outcome.guiThread);
-    EXPECT_EQ(outcome.signalThread, outcome.guiThread);
-    expectGuiThreadUnharmed(outcome);
-    EXPECT_EQ(veltest::LogCapture::count("@@@ WARN. Another thread already runs the default main context",
-                                         veltest::kSeverityWarn),
-              1u);
+    expectGuiThreadHost(run(Application::Core, Dispatcher::GLib, Order::ApplicationFirst));
 }
 
 TEST_F(VEL_QT_HOST, WithTheGlibDispatcherAndTheGuiApplicationFirstGetsCallbacksOnTheGuiThread)
 {
-    const Outcome outcome = run(Application::Gui, Dispatcher::GLib, Order::ApplicationFirst);
-    EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_TRUE(outcome.ready);
-    EXPECT_EQ(outcome.readyThread, outcome.guiThread);
-    EXPECT_EQ(outcome.signalThread, outcome.guiThread);
-    expectGuiThreadUnharmed(outcome);
-    EXPECT_EQ(veltest::LogCapture::count("@@@ WARN. Another thread already runs the default main context",
-                                         veltest::kSeverityWarn),
-              1u);
+    expectGuiThreadHost(run(Application::Gui, Dispatcher::GLib, Order::ApplicationFirst));
 }

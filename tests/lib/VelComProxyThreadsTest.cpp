@@ -269,7 +269,7 @@ TEST_F(AClientProxyWithService, WarnsOnceWhenAnotherThreadAlreadyRunsTheDefaultC
         "@@@ WARN. Another thread already runs the default main context: every callback of the library runs on "
         "that thread, not on the library's own. Safe hosts: Qt with QT_NO_GLIB=1, Qt's GLib dispatcher with the "
         "application object created before the facade, GLib programs that leave the default context to the "
-        "library (see hosting)");
+        "library (docs/hosting.md)");
     EXPECT_EQ(veltest::LogCapture::count(warning, veltest::kSeverityWarn), 1u);
     EXPECT_EQ(linktest::countLinesAtSeverity("Another thread already runs the default main context",
                                              veltest::kSeverityWarn),
