@@ -9,11 +9,18 @@
 /// themselves; the declarations below are the ones GLib makes.
 
 extern "C" {
+/// GLib's character type.
 typedef char gchar;
+/// GLib's untyped pointer.
 typedef void* gpointer;
+/// GLib's error record.
 typedef struct _GError GError;
+/// GLib's variant value, the payload of a bus signal.
 typedef struct _GVariant GVariant;
+/// GLib's main context.
 typedef struct _GMainContext GMainContext;
+/// GIO's bus connection.
 typedef struct _GDBusConnection GDBusConnection;
+/// The generated binding's interface type (vel/mvel_interface.h).
 typedef struct _ComQorVel_communicator ComQorVel_communicator;
 }
