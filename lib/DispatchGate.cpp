@@ -3,6 +3,8 @@
 #include <map>
 #include <vector>
 
+#include "LibraryLock.h"
+
 namespace {
 
 struct GateRegistry {
@@ -25,7 +27,7 @@ DispatchGate* DispatchGate::openFor(const void* owner)
 {
     auto* gate = new DispatchGate();
     GateRegistry& gates = registry();
-    std::lock_guard<std::mutex> lock(gates.mutex);
+    vel_link::LibraryLock<std::mutex> lock(gates.mutex);
     // The previous gate at this address may still be looked at by a late
     // callback of the previous object, so it is kept.
     auto found = gates.gates.find(owner);
@@ -39,14 +41,14 @@ DispatchGate* DispatchGate::openFor(const void* owner)
 DispatchGate* DispatchGate::forOwner(const void* owner)
 {
     GateRegistry& gates = registry();
-    std::lock_guard<std::mutex> lock(gates.mutex);
+    vel_link::LibraryLock<std::mutex> lock(gates.mutex);
     auto found = gates.gates.find(owner);
     return found != gates.gates.end() ? found->second : nullptr;
 }
 
 bool DispatchGate::enter()
 {
-    std::lock_guard<std::mutex> lock(mMutex);
+    vel_link::LibraryLock<std::mutex> lock(mMutex);
     if (mClosed) {
         return false;
     }
@@ -62,7 +64,7 @@ bool DispatchGate::enter()
 void DispatchGate::leave()
 {
     {
-        std::lock_guard<std::mutex> lock(mMutex);
+        vel_link::LibraryLock<std::mutex> lock(mMutex);
         --mInside;
     }
     mIdle.notify_all();

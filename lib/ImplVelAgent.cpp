@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "LibraryLock.h"
 #include "log_contexts.h"
 #include "vel/OrnaLogWrapper.h"
 #include "vel/VelAgent.h"
@@ -53,20 +54,20 @@ VelTimer& ImplVelAgent::timer()
 
 bool ImplVelAgent::addCallback(const std::function<void(bool)>& callback)
 {
-    std::lock_guard<std::mutex> lock(callbackListMutex());
+    vel_link::LibraryLock<std::mutex> lock(callbackListMutex());
     callbackList().push_back(callback);
     return gLastEventWasAppearance;
 }
 
 void ImplVelAgent::forgetLastEvent()
 {
-    std::lock_guard<std::mutex> lock(callbackListMutex());
+    vel_link::LibraryLock<std::mutex> lock(callbackListMutex());
     gLastEventWasAppearance = false;
 }
 
 std::size_t ImplVelAgent::callbackCount()
 {
-    std::lock_guard<std::mutex> lock(callbackListMutex());
+    vel_link::LibraryLock<std::mutex> lock(callbackListMutex());
     return callbackList().size();
 }
 
@@ -75,7 +76,7 @@ void ImplVelAgent::notifyAll(bool appeared)
     // A snapshot, so that a callback that blocks for seconds holds no lock.
     std::vector<std::function<void(bool)>> callbacks;
     {
-        std::lock_guard<std::mutex> lock(callbackListMutex());
+        vel_link::LibraryLock<std::mutex> lock(callbackListMutex());
         gLastEventWasAppearance = appeared;
         callbacks.assign(callbackList().begin(), callbackList().end());
     }
@@ -87,7 +88,7 @@ void ImplVelAgent::notifyAll(bool appeared)
 void ImplVelAgent::RegisterMVELService()
 {
     orna::log(&VELSIGNAL, DLT_LOG_INFO, "[VELLIB] RegisterMVELService()");
-    std::lock_guard<std::mutex> lock(mWatchMutex);
+    vel_link::LibraryLock<std::mutex> lock(mWatchMutex);
     if (mWatcherId != 0) {
         orna::log(&VELSIGNAL, DLT_LOG_INFO, "[VELLIB] Already registered for checking D-Bus service name");
         ++mReferenceCnt;
@@ -131,7 +132,7 @@ void ImplVelAgent::UnregisterMVELService()
 
 void ImplVelAgent::releaseWatchConnection()
 {
-    std::lock_guard<std::mutex> lock(mWatchMutex);
+    vel_link::LibraryLock<std::mutex> lock(mWatchMutex);
     if (mWatchConnection != nullptr) {
         g_signal_handlers_disconnect_by_func(mWatchConnection,
                                              reinterpret_cast<gpointer>(&ImplVelAgent::onWatchConnectionClosed), nullptr);

@@ -4,6 +4,7 @@
 
 #include <mutex>
 
+#include "LibraryLock.h"
 #include "ProxyReference.h"
 #include "VelComProxyLog.h"
 #include "vel/VelAgent.h"
@@ -42,7 +43,7 @@ bool ImplVelComProxy::openProxy()
     proxyLog(DLT_LOG_INFO, mName, __func__, "openProxy()");
     VelComProxy& owner = *mOwner;
     {
-        std::lock_guard<std::mutex> lock(vel_link::linkMutex());
+        vel_link::LibraryLock<std::mutex> lock(vel_link::linkMutex());
         if (owner.mProxy != nullptr) {
             return true;
         }
@@ -58,7 +59,7 @@ bool ImplVelComProxy::openProxy()
         g_dbus_connection_set_exit_on_close(g_dbus_proxy_get_connection(G_DBUS_PROXY(proxy)), FALSE);
     }
     {
-        std::lock_guard<std::mutex> lock(vel_link::linkMutex());
+        vel_link::LibraryLock<std::mutex> lock(vel_link::linkMutex());
         owner.mProxy = proxy;
         g_clear_error(&owner.mError);
         owner.mError = error;
@@ -67,7 +68,7 @@ bool ImplVelComProxy::openProxy()
         proxyLog(DLT_LOG_ERROR, mName, __func__, "proxy_new_for_bus_sync Error");
         // Without a proxy the check above leaves the error in place; the next
         // attempt needs an empty slot.
-        std::lock_guard<std::mutex> lock(vel_link::linkMutex());
+        vel_link::LibraryLock<std::mutex> lock(vel_link::linkMutex());
         g_clear_error(&owner.mError);
         return false;
     }
@@ -77,7 +78,7 @@ bool ImplVelComProxy::openProxy()
         g_dbus_connection_set_exit_on_close(connection, FALSE);
     }
     {
-        std::lock_guard<std::mutex> lock(vel_link::linkMutex());
+        vel_link::LibraryLock<std::mutex> lock(vel_link::linkMutex());
         owner.mConnection = connection;
         owner.mError = error;
     }

@@ -22,6 +22,11 @@ public:
     bool openProxy();
     void registerMe();
     bool checkDbusServiceRegistered(bool useSessionBus, std::string serviceName);
+    // The owner's reaction to the service's name appearing or vanishing, up to
+    // but not including the callback agent, which is told only when this
+    // returns true. Logs under `function`, the name of the step the client
+    // sees.
+    bool followLink(bool appeared, const char* function);
 
     std::string mName;
     uint32_t mClientType;
@@ -29,7 +34,8 @@ public:
     VelComProxy* mOwner;
     VelCallBackAgent* mCallBackAgent;
     bool mLazyInitialized;
-    // Held for the whole of agentCallback; recursive because a callback may
-    // initialise its facade again from inside onRcvMVELReady.
+    // Serialises the link's steps (followLink), never a client callback.
+    // Recursive so that a step which reaches the link again (a facade's lazy
+    // initialisation or subscription) cannot deadlock its own thread.
     std::recursive_mutex mAgentCallbackMutex;
 };

@@ -1,5 +1,7 @@
 #include "ProxyReference.h"
 
+#include "LibraryLock.h"
+
 namespace vel_link {
 
 std::mutex& linkMutex()
@@ -11,7 +13,7 @@ std::mutex& linkMutex()
 
 ProxyReference::ProxyReference(ComQorVel_communicator* const& slot) : mProxy(nullptr)
 {
-    std::lock_guard<std::mutex> lock(linkMutex());
+    vel_link::LibraryLock<std::mutex> lock(linkMutex());
     if (slot != nullptr) {
         mProxy = static_cast<ComQorVel_communicator*>(g_object_ref(slot));
     }

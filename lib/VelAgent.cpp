@@ -1,6 +1,7 @@
 #include "vel/VelAgent.h"
 
 #include "ImplVelAgent.h"
+#include "MainLoopHandoff.h"
 #include "VelAgentExpiryRelay.h"
 #include "log_contexts.h"
 #include "vel/OrnaLogWrapper.h"
@@ -20,7 +21,10 @@ VelAgent::VelAgent(std::function<void(bool)> callback)
         // The recovery timer's signal handler must not run library code; the
         // relay hands each expiry to the main-loop thread.
         VelAgentExpiryRelay::install(&ImplVelAgent::onRecoveryTimerExpired);
-        mImpl->RegisterMVELService();
+        // The watch's events belong to the main-loop thread, even when the
+        // caller pushed a main context of its own.
+        ImplVelAgent* impl = mImpl;
+        vel_link::runAttachedToDefaultContext([impl] { impl->RegisterMVELService(); });
     } catch (...) {
         delete mImpl;
         mImpl = nullptr;

@@ -12,6 +12,8 @@
 
 #include "DispatchGate.h"
 #include "ImplVelComProxy.h"
+#include "LibraryLock.h"
+#include "MainLoopHandoff.h"
 #include "PresenceConnectionWarmUp.h"
 #include "ProxyReference.h"
 #include "VelComProxyLog.h"
@@ -25,6 +27,15 @@ namespace {
 
 constexpr const char* kServiceBusName = "com.qor.vel_communicator";
 constexpr const char* kServiceObjectPath = "/com/qor/vel_communicator";
+constexpr const char* kContextTakenWarning =
+    "@@@ WARN. Another thread already runs the default main context: every callback of the library runs on that "
+    "thread, not on the library's own. Safe hosts: Qt with QT_NO_GLIB=1, Qt's GLib dispatcher with the application "
+    "object created before the facade, GLib programs that leave the default context to the library (docs/hosting.md)";
+
+// Set once a main-loop thread of the library holds the default context; the
+// main-loop threads of later facades wait behind it.
+bool gLibraryLoopOwnsDefaultContext = false;
+bool gContextTakenWarned = false;
 
 // Main-loop threads of destroyed proxies. They are never joined: the thread may
 // be blocked in a bus call and the process is expected to end soon after.
@@ -104,12 +115,28 @@ void VelComProxy::runMainLoop(std::promise<void>* started)
     if (mMainContext == nullptr) {
         mMainContext = g_main_context_default();
     }
+    // Held for as long as the loop runs (the loop takes it again itself). A
+    // context that another thread holds already means that thread dispatches
+    // every callback of the library, and a host that meant to run it there
+    // too would fight this thread for it.
+    const bool ownsContext = g_main_context_acquire(mMainContext);
+    if (ownsContext) {
+        __atomic_store_n(&gLibraryLoopOwnsDefaultContext, true, __ATOMIC_SEQ_CST);
+    } else if (!__atomic_load_n(&gLibraryLoopOwnsDefaultContext, __ATOMIC_SEQ_CST) &&
+               !__atomic_exchange_n(&gContextTakenWarned, true, __ATOMIC_SEQ_CST)) {
+        // Said once per process; the main-loop thread of another facade of
+        // this process holding the context is how it should be.
+        proxyLog(DLT_LOG_WARN, mName, __func__, kContextTakenWarning);
+    }
     GMainLoop* loop = g_main_loop_new(mMainContext, FALSE);
     // Drops a reference that was never taken; the loop's own reference keeps
     // the context alive, and the loop is never released while the process runs.
     g_main_context_unref(mMainContext);
     started->set_value();
     g_main_loop_run(loop);
+    if (ownsContext) {
+        g_main_context_release(mMainContext);
+    }
     g_main_loop_unref(loop);
 }
 
@@ -134,7 +161,7 @@ bool VelComProxy::checkProxyAvailable()
     bool hasProxy = false;
     bool hadError = false;
     {
-        std::lock_guard<std::mutex> lock(vel_link::linkMutex());
+        vel_link::LibraryLock<std::mutex> lock(vel_link::linkMutex());
         hasProxy = mProxy != nullptr;
         if (hasProxy && mError != nullptr) {
             g_error_free(mError);
@@ -188,54 +215,64 @@ void VelComProxy::agentCallback(bool appeared)
     if (!pass) {
         return;
     }
+    const char* const function = __func__;
+    bool tellAgent = false;
     // One event at a time per proxy: a connection made on the thread that
     // called doInitialize() may still be under way when the main-loop thread
-    // brings the next event.
-    std::lock_guard<std::recursive_mutex> serial(mImpl->mAgentCallbackMutex);
-    proxyLog(DLT_LOG_INFO, mName, __func__, "agentCallback is executed for recovery. Appeared : ", appeared);
+    // brings the next event. The lock covers the link's steps only; the
+    // client's callback runs after it, so that a slow one delays no later
+    // event. What the steps subscribe belongs to the main-loop thread
+    // whichever context the caller runs.
+    vel_link::runAttachedToDefaultContext([this, appeared, function, &tellAgent] {
+        vel_link::LibraryLock<std::recursive_mutex> serial(mImpl->mAgentCallbackMutex);
+        tellAgent = mImpl->followLink(appeared, function);
+    });
+    if (tellAgent && mImpl->mCallBackAgent != nullptr) {
+        mImpl->mCallBackAgent->onRcvMVELReady(appeared);
+    }
+}
+
+bool ImplVelComProxy::followLink(bool appeared, const char* function)
+{
+    proxyLog(DLT_LOG_INFO, mOwner->mName, function, "agentCallback is executed for recovery. Appeared : ", appeared);
     if (!appeared) {
-        proxyLog(DLT_LOG_INFO, mName, __func__, "D-Bus service name is vanished.");
-        __atomic_store_n(&mIsAppearedMVELService, false, __ATOMIC_SEQ_CST);
+        proxyLog(DLT_LOG_INFO, mOwner->mName, function, "D-Bus service name is vanished.");
+        __atomic_store_n(&VelComProxy::mIsAppearedMVELService, false, __ATOMIC_SEQ_CST);
         // Subscriptions are not undone here; the facades keep their ids.
         // Requests on other threads hold references of their own to the
         // proxy, so it is only taken out of reach under the lock.
         ComQorVel_communicator* proxy = nullptr;
         GDBusConnection* connection = nullptr;
         {
-            std::lock_guard<std::mutex> lock(vel_link::linkMutex());
-            std::swap(proxy, mProxy);
-            std::swap(connection, mConnection);
+            vel_link::LibraryLock<std::mutex> lock(vel_link::linkMutex());
+            std::swap(proxy, mOwner->mProxy);
+            std::swap(connection, mOwner->mConnection);
         }
         g_clear_object(&proxy);
         g_clear_object(&connection);
-        if (mImpl->mCallBackAgent != nullptr) {
-            mImpl->mCallBackAgent->onRcvMVELReady(false);
-        }
-        return;
+        return true;
     }
 
-    proxyLog(DLT_LOG_INFO, mName, __func__, "D-Bus service name is appeared.");
-    __atomic_store_n(&mIsAppearedMVELService, true, __ATOMIC_SEQ_CST);
-    if (!mImpl->mLazyInitialized) {
-        mImpl->mLazyInitialized = lazyInitialize();
-        if (!mImpl->mLazyInitialized) {
-            proxyLog(DLT_LOG_ERROR, mName, __func__, "@@@ ERR. Lazy initialize is in fail. Return !!!");
-            return;
+    proxyLog(DLT_LOG_INFO, mOwner->mName, function, "D-Bus service name is appeared.");
+    __atomic_store_n(&VelComProxy::mIsAppearedMVELService, true, __ATOMIC_SEQ_CST);
+    if (!mLazyInitialized) {
+        mLazyInitialized = mOwner->lazyInitialize();
+        if (!mLazyInitialized) {
+            proxyLog(DLT_LOG_ERROR, mOwner->mName, function, "@@@ ERR. Lazy initialize is in fail. Return !!!");
+            return false;
         }
     }
-    if (mImpl->checkDbusServiceRegistered(false, mServiceName)) {
-        if (mImpl->openProxy() && subscribe()) {
+    if (checkDbusServiceRegistered(false, mOwner->mServiceName)) {
+        if (openProxy() && mOwner->subscribe()) {
             // Gives the service a moment to see the subscriptions before registering.
             const struct timespec delay = {0, 10000000L};
             nanosleep(&delay, nullptr);
-            mImpl->registerMe();
+            registerMe();
         }
     } else {
-        proxyLog(DLT_LOG_ERROR, mName, __func__, "@@@ ERR. MVEL is NOT READY");
+        proxyLog(DLT_LOG_ERROR, mOwner->mName, function, "@@@ ERR. MVEL is NOT READY");
     }
     // Told "ready" even when the service could not be reached: clients rely on
     // this call to leave their waiting state.
-    if (mImpl->mCallBackAgent != nullptr) {
-        mImpl->mCallBackAgent->onRcvMVELReady(true);
-    }
+    return true;
 }

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <gio/gio.h>
-
 #include <future>
 #include <string>
 #include <thread>
 
+#include "vel/GlibTypes.h"
 #include "vel/VelTypes.h"
-#include "vel/mvel_interface.h"
 
 /// @file
 /// The base of every client facade.
@@ -61,7 +59,8 @@ public:
     std::string getAdjustedName_l(const std::string& clientName);
     /// Creates the agent that watches the service's bus name; the facades'
     /// doInitialize() calls it. If the name is already known to have an owner,
-    /// connects at once on the calling thread.
+    /// connects at once on the calling thread (on the main-loop thread, while
+    /// the caller waits, when the caller pushed a main context of its own).
     /// @return false when the watch could not be set up
     bool prepareToCommunicateWithStub();
     /// Whether a proxy to the service exists and the last bus operation left no
@@ -79,7 +78,8 @@ public:
     /// The agent's report: the service's name appeared (true: connect, subscribe,
     /// register, then tell onRcvMVELReady(true)) or vanished (false: drop the
     /// proxy and tell onRcvMVELReady(false)). Called by the library on the
-    /// main-loop thread.
+    /// main-loop thread. The steps run one event at a time per proxy; the
+    /// callback agent is told afterwards, with no lock of the library held.
     /// @param appeared whether the name has an owner now
     void agentCallback(bool appeared);
 

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <gio/gio.h>
-
 #include <string>
 
+#include "vel/GlibTypes.h"
 #include "vel/VelComProxy.h"
 #include "vel/VelTypes.h"
 

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <gio/gio.h>
-
 #include <list>
 #include <string>
 
+#include "vel/GlibTypes.h"
 #include "vel/VelCallBackCoreEngine.h"
 #include "vel/VelComProxy.h"
 #include "vel/VelCoreEngineTypes.h"

@@ -6,6 +6,8 @@
 #include <mutex>
 #include <vector>
 
+#include "LibraryLock.h"
+
 namespace {
 
 constexpr std::size_t kPageSize = 4096;
@@ -42,7 +44,7 @@ void* takeWholeListBlock()
     BlockPool& blocks = pool();
     void* memory = nullptr;
     {
-        std::lock_guard<std::mutex> lock(blocks.mutex);
+        vel_link::LibraryLock<std::mutex> lock(blocks.mutex);
         if (!blocks.kept.empty()) {
             memory = blocks.kept.back();
             blocks.kept.pop_back();
@@ -51,7 +53,7 @@ void* takeWholeListBlock()
     if (memory == nullptr && posix_memalign(&memory, kPageSize, kWholeListBytes) != 0) {
         return nullptr;
     }
-    std::lock_guard<std::mutex> lock(blocks.mutex);
+    vel_link::LibraryLock<std::mutex> lock(blocks.mutex);
     blocks.handedOut.push_back(memory);
     return memory;
 }
@@ -60,7 +62,7 @@ void* takeWholeListBlock()
 bool returnWholeListBlock(void* memory)
 {
     BlockPool& blocks = pool();
-    std::lock_guard<std::mutex> lock(blocks.mutex);
+    vel_link::LibraryLock<std::mutex> lock(blocks.mutex);
     const auto found = std::find(blocks.handedOut.begin(), blocks.handedOut.end(), memory);
     if (found == blocks.handedOut.end()) {
         return false;

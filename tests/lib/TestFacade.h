@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "LibraryLockCheck.h"
 #include "vel/VelCallBackAgent.h"
 #include "vel/VelComProxy.h"
 
@@ -59,6 +60,7 @@ class RecordingAgent : public VelCallBackAgent {
 public:
     void onRcvMVELReady(bool ready) override
     {
+        veltest::expectNoLibraryLockHeld("onRcvMVELReady");
         std::lock_guard<std::mutex> lock(mMutex);
         mEvents.push_back(ready);
     }

@@ -1,4 +1,5 @@
 #include "RecordingCallBack.h"
+#include "LibraryLockCheck.h"
 #include "TimeScale.h"
 
 #include <utility>
@@ -38,6 +39,7 @@ void RecordingCallBack::recordFields(const char* name, const Fields& fields)
 
 void RecordingCallBack::record(Call call)
 {
+    expectNoLibraryLockHeld(call.name);
     {
         std::lock_guard<std::mutex> lock(gMutex);
         gCalls.push_back(std::move(call));

@@ -1,5 +1,7 @@
 #include "RecordingCoreEngineCallback.h"
 
+#include "LibraryLockCheck.h"
+
 #include <sstream>
 
 #include "WaitUntil.h"
@@ -43,6 +45,7 @@ std::string RecordingCoreEngineCallback::describe(const WIFI_CREDENTIALS_s& c)
 
 void RecordingCoreEngineCallback::record(const std::string& call)
 {
+    expectNoLibraryLockHeld(call);
     std::lock_guard<std::mutex> lock(mMutex);
     mCalls.push_back(call);
 }

@@ -1,0 +1,28 @@
+#include "LibraryLock.h"
+
+namespace vel_link {
+
+namespace {
+thread_local int tHeld = 0;
+} // namespace
+
+int libraryLocksHeldByThisThread()
+{
+    return tHeld;
+}
+
+namespace detail {
+
+void noteLocked()
+{
+    ++tHeld;
+}
+
+void noteUnlocked()
+{
+    --tHeld;
+}
+
+} // namespace detail
+
+} // namespace vel_link
