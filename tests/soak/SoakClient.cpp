@@ -61,7 +61,11 @@ int countPoolThreads()
         std::ifstream comm(std::string("/proc/self/task/") + entry->d_name + "/comm");
         std::string name;
         std::getline(comm, name);
-        count += name == "pool" ? 1 : 0;
+        // GLib's pool workers: "pool" (or "pool-<program>") up to GLib 2.74,
+        // "pool-<n>" in later ones (Debian 13). "pool-spawner" is the pool's
+        // one lasting helper, not a worker.
+        const bool worker = name == "pool" || (name.rfind("pool-", 0) == 0 && name != "pool-spawner");
+        count += worker ? 1 : 0;
     }
     closedir(directory);
     return count;
