@@ -7,12 +7,32 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <dlt/dlt_version.h>
+
 #include <chrono>
+#include <cstdlib>
 #include <fstream>
 
 #include "WaitUntil.h"
 
 namespace veltest {
+
+std::vector<std::string> dltClientCommand(const std::string& tool, int port, std::vector<std::string> arguments)
+{
+    const int minor = std::atoi(_DLT_PACKAGE_MINOR_VERSION);
+    const int patch = std::atoi(_DLT_PACKAGE_PATCH_LEVEL);
+    const bool takesPortOption =
+        std::atoi(_DLT_PACKAGE_MAJOR_VERSION) > 2 || minor > 18 || (minor == 18 && patch >= 8);
+    std::vector<std::string> command;
+    if (takesPortOption) {
+        command = {tool, "-p", std::to_string(port)};
+    } else {
+        command = {"/usr/bin/env", "DLT_DAEMON_TCP_PORT=" + std::to_string(port), tool};
+    }
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    command.push_back("127.0.0.1");
+    return command;
+}
 
 namespace {
 
@@ -97,8 +117,8 @@ int DltDaemon::stop()
 bool DltDaemon::setLevel(const std::string& appId, const std::string& contextId, int level)
 {
     ChildProcess control;
-    if (!control.start({"/usr/bin/dlt-control", "-p", std::to_string(mPort), "-a", appId, "-c", contextId, "-l",
-                        std::to_string(level), "127.0.0.1"},
+    if (!control.start(dltClientCommand("/usr/bin/dlt-control", mPort,
+                                        {"-a", appId, "-c", contextId, "-l", std::to_string(level)}),
                        mDir.file("control.out"))) {
         return false;
     }

@@ -1,10 +1,17 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "ChildProcess.h"
 
 namespace veltest {
+
+// The command line of a DLT client tool (dlt-receive, dlt-control) that talks
+// to the daemon on `port` of 127.0.0.1, with `arguments` before the address.
+// The tools of DLT 2.18.8 and later take the port as -p; older ones (Debian
+// 11 has 2.18.6) have no such option and take it from DLT_DAEMON_TCP_PORT.
+std::vector<std::string> dltClientCommand(const std::string& tool, int port, std::vector<std::string> arguments);
 
 // A dlt-daemon of the test's own: its FIFO, user pipes, control socket and
 // stored settings all live in a private directory, and it listens on a free

@@ -3,6 +3,7 @@
 #include <regex>
 #include <sstream>
 
+#include "DltDaemon.h"
 #include "WaitUntil.h"
 
 namespace veltest {
@@ -12,9 +13,10 @@ bool DltReceiver::start(int port, const std::string& outputPath)
     mOutput = outputPath;
     // stdbuf: dlt-receive prints through stdio, which would hold lines back
     // in a file until it exits.
-    return mProcess.start(
-        {"/usr/bin/stdbuf", "-oL", "/usr/bin/dlt-receive", "-a", "-p", std::to_string(port), "127.0.0.1"},
-        outputPath);
+    std::vector<std::string> command = {"/usr/bin/stdbuf", "-oL"};
+    const std::vector<std::string> receive = dltClientCommand("/usr/bin/dlt-receive", port, {"-a"});
+    command.insert(command.end(), receive.begin(), receive.end());
+    return mProcess.start(command, outputPath);
 }
 
 std::vector<DltLine> DltReceiver::lines() const

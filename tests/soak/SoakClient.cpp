@@ -61,7 +61,11 @@ int countPoolThreads()
         std::ifstream comm(std::string("/proc/self/task/") + entry->d_name + "/comm");
         std::string name;
         std::getline(comm, name);
-        count += name == "pool" ? 1 : 0;
+        // GLib's pool workers: "pool" (or "pool-<program>") up to GLib 2.74,
+        // "pool-<n>" in later ones (Debian 13). "pool-spawner" is the pool's
+        // one lasting helper, not a worker.
+        const bool worker = name == "pool" || (name.rfind("pool-", 0) == 0 && name != "pool-spawner");
+        count += worker ? 1 : 0;
     }
     closedir(directory);
     return count;
@@ -121,9 +125,17 @@ void sayStats()
     const int pool = countPoolThreads();
     // Bytes the allocator has handed out and not got back: unlike resident
     // memory, free memory kept by the allocator does not count.
+#if __GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 33)
     const struct mallinfo2 heap = mallinfo2();
+    const size_t heapBytes = heap.uordblks + heap.hblkhd;
+#else
+    // glibc before 2.33 (Debian 11) has only mallinfo, whose int fields are
+    // plenty for one soak client's heap.
+    const struct mallinfo heap = mallinfo();
+    const size_t heapBytes = static_cast<size_t>(heap.uordblks) + static_cast<size_t>(heap.hblkhd);
+#endif
     say("stats fds=%d threads=%ld pool_threads=%d rss_kb=%ld heap_bytes=%zu timers=%d", countFds(),
-        statusField("Threads") - pool, pool, statusField("VmRSS"), heap.uordblks + heap.hblkhd, countTimers());
+        statusField("Threads") - pool, pool, statusField("VmRSS"), heapBytes, countTimers());
 }
 
 long long nowMs()
