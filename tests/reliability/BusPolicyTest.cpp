@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The shipped bus policy of the service (data/dbus-1/system.d), on a bus with
 // the system bus's default policy: only the service's user (root) may own
 // "com.qor.vel_communicator" and emit its signals; any user may call it,
