@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 #pragma once
 
 // The figures that need a process of their own, one function per mode of

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Figures of a whole application process: time to ready, resident memory and
 // wake-ups while nothing happens.
 

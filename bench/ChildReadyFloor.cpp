@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The floor under time to ready: the bus steps that the library's start-up is
 // bound to, made directly against GDBus and libdbus in the same order and on
 // the same threads, with none of the library around them. Time to ready minus

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // One of many application processes on the bus at once (the scale benchmark):
 // records when each known-list notice and each completion reached its
 // callback while vel-bench drives the simulator, and hands the times over

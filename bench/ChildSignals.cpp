@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Signals from the simulator to callbacks, through the library or through the
 // baseline: backlogs drained (cost per signal in this process), a paced
 // stream of known-list notices (latency from emission), and arrivals of a

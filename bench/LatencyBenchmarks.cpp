@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Completion latency, library against baseline, paired signal by signal: two
 // listening processes are up at the same time and hear the very same signals
 // from the simulator, so whatever else the machine does meets both alike. The

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Costs measured inside this process without the bus: a library log line
 // against snprintf of the same text, and the copy of a whole known-device
 // list out of the mapped store into an aligned and a misaligned buffer.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Figures measured in child processes started and reaped here: the log sink
 // of the library's own, time to ready, memory, idle wake-ups, and signals to
 // callbacks (library and baseline children alternating, same simulator, same

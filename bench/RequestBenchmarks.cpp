@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Requests, each library call timed next to its baseline call in the same
 // loop, alternating which goes first, against the same simulator on the same
 // connection.

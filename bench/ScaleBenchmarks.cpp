@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Many application processes on one bus: for N clients, alternating passes of
 // N library processes and N baseline processes (a proxy made like the
 // library's, and an acknowledgement of each list, as the protocol asks of any

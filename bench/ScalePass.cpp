@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // One pass of the scale benchmark: N application processes of one kind on
 // the private bus, a paced stream of known-list notices and then a flood of
 // completions from the simulator, and for each signal the moment the last of

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // vel-bench-child: the benchmark processes that need library singletons of
 // their own, started and reaped by vel-bench.
 //   vel-bench-child signals lib|raw|raw+proxy COMPLETIONS NOTICES NOTICE_RATE

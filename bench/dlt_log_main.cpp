@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // vel-bench-dlt-log: the cost of a library log line with libvel-dlt as the
 // sink, against a private dlt-daemon: a line that DLT's level for its context
 // suppresses (never built), and a line that goes out to the daemon. vel-bench

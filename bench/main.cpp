@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // vel-bench: libvel against raw GDBus, side by side in one run, against the
 // simulator on the bus named by DBUS_SYSTEM_BUS_ADDRESS (scripts/bench sets
 // both up). Writes results.md (the table), results.json (every figure and

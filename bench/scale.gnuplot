@@ -1,3 +1,7 @@
+# SPDX-FileCopyrightText: 2026 libvel contributors
+#
+# SPDX-License-Identifier: MPL-2.0
+
 # The scale benchmark's plot: last-client latency, CPU time and resident
 # memory per client against the number of clients, library and baseline.
 #   gnuplot -e "data='build/bench/scale.dat'; out='build/bench/scale.png'" bench/scale.gnuplot

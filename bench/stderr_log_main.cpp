@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // vel-bench-stderr-log: the cost of a library log line with the library's own
 // stderr sink, which this executable does not replace. vel-bench runs it with
 // stderr sent to /dev/null and reads "ns_per_line <value>" from stdout.

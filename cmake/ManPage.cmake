@@ -1,3 +1,7 @@
+# SPDX-FileCopyrightText: 2026 libvel contributors
+#
+# SPDX-License-Identifier: MPL-2.0
+
 # vel_add_man_page(<target> DESCRIPTION <text> [HELP_OPTION <option>] [KINDS <kind>...])
 #
 # Generates <target>.1 from the tool's --help output (help2man) after the tool

@@ -1,4 +1,9 @@
 #!/bin/sh
+
+# SPDX-FileCopyrightText: 2026 libvel contributors
+#
+# SPDX-License-Identifier: MPL-2.0
+
 # help2man-page.sh <executable> <output> <version> <description> <help option> <include file> [<kind>...]
 #
 # Writes the man page of a tool from its own --help output, so the page cannot

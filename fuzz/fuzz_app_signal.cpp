@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // One subscribed signal of the application side, with any parameters: the
 // handler the bus calls must log and drop what it cannot use, never crash,
 // leak or trip a GLib check. The signal is chosen at build time

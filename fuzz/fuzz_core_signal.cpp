@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // One subscribed signal of the core-engine side, with any parameters; see
 // fuzz_app_signal.cpp.
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Log lines built from arbitrary pieces: whatever the pieces, the line the
 // sink receives is exactly their concatenation with the stream's default
 // formatting (cut at a NUL, as the sink takes a C string), a null text ends

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The replay's reader against any file contents: cut lines, broken JSON,
 // fields of the wrong type or range, arguments that do not fit their
 // signature, stores that are not base64 or not whole records. A recording is

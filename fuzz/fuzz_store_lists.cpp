@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Device-list assembly through the application facade: a known- or
 // discovered-devices notice with any count, over any store contents. Every
 // delivered list holds only records whose identifier is not empty, each

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The device-list reader against any store contents and any request: lists
 // shorter or longer than asked for, sizes of zero, negative or huge, list
 // types that do not exist. A read either copies bytes the store holds or

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Writes the seed inputs under <directory>/<target>/: for each signal target
 // a few well-formed parameter sets in the form the targets read back
 // unchanged; for the store and log targets a few plain byte patterns.

@@ -1,3 +1,7 @@
+# SPDX-FileCopyrightText: 2026 libvel contributors
+#
+# SPDX-License-Identifier: MPL-2.0
+
 # What every Debian cross build of libvel shares; the per-target files set
 # CMAKE_SYSTEM_PROCESSOR and VEL_TARGET_TRIPLET and include this one.
 # Libraries and headers live in the host's own / under the triplet's

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Fallback sink for hosts without the platform logger: one line per message on
 // stderr, prefixed with its level. A host that defines vw_log_print itself
 // takes precedence over this one.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // vel-app-example: what an application does with libvel, step by step.
 //
 //   1. create a callback object and get the application facade with it;

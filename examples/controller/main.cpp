@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // A minimal controller: connects to the MVEL service and sends one
 // control-mode change. Ends by itself within about 10 s.
 //

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // A minimal core engine: registers with the MVEL service, waits for the
 // service to ask for a connection, "connects" and reports the result with
 // responseConnectDone. Ends by itself within about 20 s.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // From the six signals of the service to the core engine's callbacks.
 #include "CoreEngineLog.h"
 #include "DispatchGate.h"

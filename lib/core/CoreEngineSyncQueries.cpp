@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The queries whose answer the core engine waits for: device ids, Wi-Fi
 // credentials and the head unit's Bluetooth address.
 #include <utility>

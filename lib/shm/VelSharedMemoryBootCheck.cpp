@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Boot check of the stored known-device list: a list written under another
 // record layout, or with a size that is not the nominal one, is removed before
 // the store is opened, and the version file is brought up to date.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // A libvel host that logs through libvel-dlt and nothing else: it has no
 // vw_log_print of its own. It registers some of the library's contexts as the
 // library's modules do, then follows the commands that the test appends to a

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The proxy base without any service: naming, the main-loop thread and the
 // steps that fail before the bus is reached.
 #include <gtest/gtest.h>

@@ -1,4 +1,9 @@
 #!/bin/sh
+
+# SPDX-FileCopyrightText: 2026 libvel contributors
+#
+# SPDX-License-Identifier: MPL-2.0
+
 # check-declared-headers.sh <build dir>
 # Installs the build into a scratch prefix and compiles a file that includes
 # <vel/vel.h> with nothing but the flags pkg-config gives for libvel. Every

@@ -1,4 +1,9 @@
 #!/bin/sh
+
+# SPDX-FileCopyrightText: 2026 libvel contributors
+#
+# SPDX-License-Identifier: MPL-2.0
+
 # check-getting-started.sh <build dir> <docs/getting-started.md>
 # Builds the first application of the getting-started guide the way the guide
 # says, against the build installed into a scratch prefix, runs it with the

@@ -1,4 +1,9 @@
 #!/bin/sh
+
+# SPDX-FileCopyrightText: 2026 libvel contributors
+#
+# SPDX-License-Identifier: MPL-2.0
+
 # check-install.sh <build dir> <consumer source dir> [examples dir]
 set -e
 build="$1"

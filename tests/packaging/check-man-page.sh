@@ -1,4 +1,9 @@
 #!/bin/sh
+
+# SPDX-FileCopyrightText: 2026 libvel contributors
+#
+# SPDX-License-Identifier: MPL-2.0
+
 # check-man-page.sh <tool> <man page> <help option> [<kind>...]
 #
 # The page must render without a warning from groff and must name every long

@@ -1,4 +1,9 @@
 #!/bin/sh
+
+# SPDX-FileCopyrightText: 2026 libvel contributors
+#
+# SPDX-License-Identifier: MPL-2.0
+
 # check-sandbox.sh <build dir> <sample deviceId>
 # A user's first minutes: install as `make install DESTDIR=<scratch>` does,
 # then ask the simulator, through the installed vel-sandbox and velctl,

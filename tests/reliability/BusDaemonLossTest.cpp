@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The private dbus-daemon is killed while an application, a core engine and a
 // controller are connected in their own processes. The clients must go on
 // running, learn that the service is gone, and have every request refused at

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Requests from other threads while the service comes and goes: the facade's
 // proxy is replaced on the main-loop thread meanwhile. No request may crash,
 // block for long or use a proxy that a vanish has released (the sanitizer

@@ -1,4 +1,9 @@
 #!/bin/sh
+
+# SPDX-FileCopyrightText: 2026 libvel contributors
+#
+# SPDX-License-Identifier: MPL-2.0
+
 # check-policy-install.sh <build dir> <source dir>
 # The installed tree carries the service's bus policy, unchanged, where the
 # system bus reads policies from.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The service is killed (SIGKILL) and started again, over and over, at random
 // intervals of 0 to 2 s, while an application, a core engine and a
 // controller stay connected in their own processes. Every cycle must end

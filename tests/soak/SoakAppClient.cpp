@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Soak client holding an application facade (kind 100). "request" sends a
 // connect request, "query" asks synchronously whether the most devices are
 // paired. Completions and link-loss notices are printed as they arrive:

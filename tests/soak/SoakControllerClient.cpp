@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Soak client holding the controller facade (kind 400), which has no
 // callback: the service's log shows its registrations and requests.
 // "request" sends a control-mode change.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Soak client holding a core-engine facade (kind 200). "request" asks
 // synchronously for the head unit's Bluetooth address.
 #include <csignal>

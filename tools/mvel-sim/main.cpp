@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // mvel-sim: a stand-in for the MVEL connection-manager service, for developing
 // and testing clients of libvel without the car. It owns
 // "com.qor.vel_communicator" on the system bus named by

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Application side of mvel-sim: answers actionFromApp and informFromApp the way
 // the service does, sends the completions, notices and device lists that
 // applications receive, and lets a test or a person drive all of it through

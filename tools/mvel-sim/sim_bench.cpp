@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Load generator of mvel-sim for the benchmarks: emits floods or steady
 // streams of any service signal, remembers when each one left, and counts the
 // calls the service receives so that a client can learn when all of its

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Controller side of the simulator: takes control-mode changes.
 
 #include "SimModule.h"

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Core engine side of the simulator: answers the core engine's synchronous
 // queries (device ids, Wi-Fi credentials, the head unit's Bluetooth address),
 // takes its reports, and emits the six core engine signals on command.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Replay side of mvel-sim: plays a recording made on a head unit with
 // `velctl record` back to the clients of this simulator. Signals go out at
 // their recorded distances (scaled by --speed): those that followed a call go

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Store module of mvel-sim: publishes the known-device list (the file
 // /data/qor/vel/vel.known_devices, checked at start against
 // /data/qor/vel/vel.version) and the discovered-device list (the shared-memory

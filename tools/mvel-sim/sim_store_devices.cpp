@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Device records for the simulator's store: built from an identifier and a
 // name, or read from a file of sample devices.
 

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // velctl app ...: an application client's requests, and a watch of its callbacks.
 
 #include <pthread.h>

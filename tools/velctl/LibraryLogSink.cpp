@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // velctl's own vw_log_print: it shadows libvel-dlt's, and sends each line
 // where --log chose.
 #include <atomic>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // velctl record FILE: a bus monitor on the service's interface that writes
 // every call, reply, error and signal into a recording, with the device lists
 // that each list notice announced.

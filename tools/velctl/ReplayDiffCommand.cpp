@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // velctl replay-diff RECORDING NEWRECORDING: the regression check after a
 // replay. Compares the calls the clients made, in order, member and
 // arguments; who made them and when does not matter.

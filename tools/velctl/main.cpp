@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // velctl: command-line client of the MVEL device-connection service, built on
 // libvel. See `velctl --help`.
 

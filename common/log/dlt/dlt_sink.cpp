@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // vw_log_print for hosts that log to DLT, and the level check the log wrapper
 // asks before it builds a line.
 #include <dlfcn.h>

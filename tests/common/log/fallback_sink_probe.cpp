@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Writes one library log line at each level through the library's own
 // fallback sink (this program provides no vw_log_print of its own). With the
 // argument "odd": a line of no known level and a line too long for the sink.

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // A program written the way a libvel user writes one: only the umbrella header.
 #include <vel/vel.h>
 

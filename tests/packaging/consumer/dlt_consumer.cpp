@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // A host that logs to DLT the way the documentation says: it links libvel-dlt
 // and defines no vw_log_print. Prints where vw_log_print came from.
 #include <dlfcn.h>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // velctl record, mvel-sim --replay and velctl replay-diff end to end: a
 // session recorded against the simulator is replayed on a fresh bus and a
 // fresh store, and the clients see the same thing.
