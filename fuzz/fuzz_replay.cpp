@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The replay engine against any file contents: what mvel-sim --replay does
 // with a recording before and while it plays it. A recording is refused with
 // a one-line reason, or every event it holds is of the interface's type, its

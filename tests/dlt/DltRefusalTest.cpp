@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // libvel-dlt when DLT refuses a context: the refusal is injected at
 // dlt_register_context_llccb (FaultInjection.h); no daemon is needed.
 #include <gtest/gtest.h>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // libvel-dlt's own vw_log_print, called the way a host without a sink of its
 // own has it called. What it hands to libdlt is caught at libdlt's writers,
 // which this executable defines ahead of libdlt's own (it exports its symbols).

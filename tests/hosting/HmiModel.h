@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 #pragma once
 
 // What an HMI's model does with the library: a QObject holding a facade. The

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // An HMI includes Qt's headers first, with Qt's keywords (`signals`, `slots`,
 // `emit`) defined, and then the library's facades: this unit must compile.
 #include <QCoreApplication>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // GLib's headers (through the test helpers) before Qt's: a GLib program that
 // hosts Qt includes them in this order. The facades' headers themselves are
 // checked after Qt's in QtHeadersFirst.cpp.

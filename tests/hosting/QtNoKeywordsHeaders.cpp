@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // An HMI built with QT_NO_KEYWORDS may include everything of the library,
 // the generated bus binding and GLib included, after Qt's headers.
 #include <QObject>

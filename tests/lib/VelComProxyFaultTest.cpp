@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The proxy base when the bus connection cannot be had although the proxy
 // was made: the failure is injected at g_bus_get_sync (FaultInjection.h).
 #include <gtest/gtest.h>

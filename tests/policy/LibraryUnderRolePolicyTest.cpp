@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // libvel on the stock system bus with the shipped policy: each role group
 // uses the library as its own kind of client; what the bus refuses comes back
 // as the contract's failure, with its own line and no retries beyond the

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // vel_policy_probe: does on the system bus what the policy tests need to try
 // as one user or another, and prints the outcome, one line per attempt.
 //   vel_policy_probe own                 asks for "com.qor.vel_communicator"

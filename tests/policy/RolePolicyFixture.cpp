@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 #include "RolePolicyFixture.h"
 
 #include <sys/stat.h>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The shipped bus policy (data/dbus-1/system.d) on the stock Debian system
 // bus, dbus-daemon and dbus-broker alike: root, nobody without groups and
 // nobody in each role group try every method of the service and listen to

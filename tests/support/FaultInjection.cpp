@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Interposed platform calls for fault injection (see FaultInjection.h). Only
 // test executables that link vel_fault_injection carry them.
 #include "FaultInjection.h"

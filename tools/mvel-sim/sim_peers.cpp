@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The service's other peers: the media, medium and Bluetooth stacks call
 // methods that no libvel client uses. The simulator answers them (with empty
 // results), so that a client that is allowed to call them sees a reply from

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The steps of the device-list assembly called one by one with what the
 // signal dispatch never hands them (unknown list types, no read buffer, no
 // store reader, counts beyond a list): each refuses with its own line.

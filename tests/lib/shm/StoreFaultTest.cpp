@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The store's answers to platform calls that fail: each failure is injected
 // at the call itself (FaultInjection.h), the code under test is unchanged.
 #include <gtest/gtest.h>

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // The load generator the benchmarks drive (com.qor.vel_sim.Bench), checked
 // for what the benchmarks rely on: the number, order and stamps of the
 // signals it emits, and the counting of the calls it receives.

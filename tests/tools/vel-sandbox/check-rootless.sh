@@ -1,4 +1,9 @@
 #!/bin/sh
+
+# SPDX-FileCopyrightText: 2026 libvel contributors
+#
+# SPDX-License-Identifier: MPL-2.0
+
 # check-rootless.sh <source dir> <mvel-sim> <velctl>
 # vel-sandbox for a developer without root: as nobody (no groups, no sudo on
 # PATH) it answers `velctl app paired` for a sample device, with the bus's

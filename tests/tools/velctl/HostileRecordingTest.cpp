@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // Recordings from outside, one class of damage at a time: mvel-sim --replay
 // and velctl replay-diff each refuse them with exit status 2 and one line
 // that names the line and the field, before anything is emitted, and print

@@ -1,3 +1,7 @@
+// SPDX-FileCopyrightText: 2026 libvel contributors
+//
+// SPDX-License-Identifier: MPL-2.0
+
 // What a recording keeps of a session: by default no secret and no personal
 // identifier, planted into every method, signal and device record that can
 // carry one; pseudonyms that stay the same for the same value; a file that
