@@ -89,17 +89,23 @@ void PrivateBus::kill9()
     mDaemon.kill9();
 }
 
+GDBusConnection* connectToBus(const std::string& address)
+{
+    GDBusConnection* connection = g_dbus_connection_new_for_address_sync(
+        address.c_str(),
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, nullptr, nullptr);
+    if (connection != nullptr) {
+        g_dbus_connection_set_exit_on_close(connection, FALSE);
+    }
+    return connection;
+}
+
 GDBusConnection* PrivateBus::testConnection()
 {
     if (mTestConnection == nullptr && !mAddress.empty()) {
-        mTestConnection = g_dbus_connection_new_for_address_sync(
-            mAddress.c_str(),
-            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-            nullptr, nullptr, nullptr);
-        if (mTestConnection != nullptr) {
-            g_dbus_connection_set_exit_on_close(mTestConnection, FALSE);
-        }
+        mTestConnection = connectToBus(mAddress);
     }
     return mTestConnection;
 }

@@ -16,6 +16,10 @@ namespace veltest {
 // A dbus-daemon of our own with system-bus semantics and a permissive policy.
 // start() points DBUS_SYSTEM_BUS_ADDRESS at it before anything connects, so the
 // library's system-bus connections land here and never on the machine's bus.
+// A connection of a test's own to the bus at the address (nullptr when it
+// cannot be made); the caller closes and unrefs it.
+GDBusConnection* connectToBus(const std::string& address);
+
 class PrivateBus {
 public:
     // The permissive test configuration, or another one (e.g. a shipped policy).

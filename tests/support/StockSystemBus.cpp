@@ -22,6 +22,7 @@
 #include <fstream>
 #include <vector>
 
+#include "PrivateBus.h"
 #include "WaitUntil.h"
 
 extern char** environ;
@@ -384,11 +385,7 @@ bool StockSystemBus::waitForBus(std::string& why)
 {
     const bool answering = waitUntil(
         [&] {
-            GDBusConnection* connection = g_dbus_connection_new_for_address_sync(
-                mAddress.c_str(),
-                static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                  G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-                nullptr, nullptr, nullptr);
+            GDBusConnection* connection = connectToBus(mAddress);
             if (connection == nullptr) {
                 return false;
             }
@@ -413,14 +410,7 @@ std::string StockSystemBus::log()
 GDBusConnection* StockSystemBus::testConnection()
 {
     if (mTestConnection == nullptr && !mAddress.empty()) {
-        mTestConnection = g_dbus_connection_new_for_address_sync(
-            mAddress.c_str(),
-            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-            nullptr, nullptr, nullptr);
-        if (mTestConnection != nullptr) {
-            g_dbus_connection_set_exit_on_close(mTestConnection, FALSE);
-        }
+        mTestConnection = connectToBus(mAddress);
     }
     return mTestConnection;
 }
