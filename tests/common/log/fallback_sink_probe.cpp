@@ -4,11 +4,15 @@
 
 // Writes one library log line at each level through the library's own
 // fallback sink (this program provides no vw_log_print of its own). With the
-// argument "odd": a line of no known level and a line too long for the sink.
+// argument "odd": a line of no known level, a line too long for the sink and
+// one it cannot format at all (a wide character beyond Unicode), which it drops.
 #include <cstring>
+#include <cwchar>
 #include <string>
 
 #include "vel/OrnaLogWrapper.h"
+
+extern "C" void vw_log_print(const char*, const char*, int, int, int, int, const char*, ...);
 
 int main(int argc, char** argv)
 {
@@ -22,6 +26,7 @@ int main(int argc, char** argv)
     if (argc > 1 && std::strcmp(argv[1], "odd") == 0) {
         orna::log(&context, static_cast<DltLogLevelType>(7), "probe of no level");
         orna::log(&context, DLT_LOG_ERROR, "long:", std::string(3000, 'y'));
+        vw_log_print(__FILE__, __func__, __LINE__, 0xC0, 0, 0, "%lc", static_cast<wint_t>(0x110000));
     }
     return 0;
 }
