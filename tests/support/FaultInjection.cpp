@@ -7,6 +7,8 @@
 #include "FaultInjection.h"
 
 #include <dlfcn.h>
+
+#include <initializer_list>
 #include <semaphore.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -62,6 +64,22 @@ template <typename Function>
 Function real(const char* name)
 {
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+using TimerCreate = int (*)(clockid_t, struct sigevent*, timer_t*);
+
+// x86-64 glibc keeps a timer_create of 2.2.5 with timer ids of another form,
+// and an unversioned lookup may find it: the library's timer_settime would
+// then be handed ids it cannot read. The current version first; other ABIs
+// have one version only.
+TimerCreate realTimerCreate()
+{
+    for (const char* version : {"GLIBC_2.34", "GLIBC_2.3.3"}) {
+        if (void* found = dlvsym(RTLD_NEXT, "timer_create", version)) {
+            return reinterpret_cast<TimerCreate>(found);
+        }
+    }
+    return real<TimerCreate>("timer_create");
 }
 
 } // namespace
@@ -153,7 +171,7 @@ int timer_create(clockid_t clock, struct sigevent* event, timer_t* timer) noexce
         errno = error;
         return -1;
     }
-    static const auto next = real<int (*)(clockid_t, struct sigevent*, timer_t*)>("timer_create");
+    static const auto next = veltest::realTimerCreate();
     return next(clock, event, timer);
 }
 
