@@ -36,7 +36,7 @@ done
 as_nobody() {
     setpriv --reuid=65534 --regid=65534 --clear-groups \
         env -i PATH="$work/bin" HOME=/nonexistent TMPDIR="$work/tmp" ASAN_OPTIONS="${ASAN_OPTIONS:-}" \
-        LSAN_OPTIONS="${LSAN_OPTIONS:-}" UBSAN_OPTIONS="${UBSAN_OPTIONS:-}" \
+        LSAN_OPTIONS="${LSAN_OPTIONS:-}" UBSAN_OPTIONS="${UBSAN_OPTIONS:-}" TSAN_OPTIONS="${TSAN_OPTIONS:-}" \
         VEL_SANDBOX_DATA="$source_dir/data/sandbox" VEL_SANDBOX_SIMULATOR="$simulator" "$@"
 }
 
