@@ -28,6 +28,16 @@ class AStoreWhosePlatformFails : public ::testing::Test {
 protected:
     void TearDown() override { veltest::clearFaults(); }
 
+    // Opens the known-device list with its version file, as on boot, while
+    // `call` fails once with `error`; the log then holds that boot only.
+    bool composeKnownOnBootWhileFailing(FaultyCall call, int error, DevShmInfo& version)
+    {
+        DevShmInfo info = knownInfo();
+        LogCapture::clear();
+        ScopedFault fault(call, error);
+        return mShm.shmComposeDeviceInfoOnBoot(info, version, SHM_OPEN_CREATE);
+    }
+
     StoreCleanup mCleanup;
     VelSharedMemory mShm;
 };
@@ -128,14 +138,8 @@ TEST_F(AStoreWhosePlatformFails, ReportsAVersionFileItCannotWriteAndStillDropsTh
 {
     // A list of the wrong length from an earlier layout; no version file yet.
     ASSERT_TRUE(writeFile(kKnownPath, std::string(100, 'x')));
-    DevShmInfo info = knownInfo();
     DevShmInfo version = versionInfo();
-    LogCapture::clear();
-
-    {
-        ScopedFault fault(FaultyCall::Pwrite, EIO);
-        EXPECT_TRUE(mShm.shmComposeDeviceInfoOnBoot(info, version, SHM_OPEN_CREATE));
-    }
+    EXPECT_TRUE(composeKnownOnBootWhileFailing(FaultyCall::Pwrite, EIO, version));
 
     EXPECT_TRUE(logged(vshmError("writeDeviceStructureVersion_l", "pwrite() failed! errno:" + std::to_string(EIO)),
                        kSeverityError));
@@ -182,14 +186,8 @@ TEST_F(AStoreWhosePlatformFails, ReportsEachListAReaderCannotUnmapAndStillCloses
 TEST_F(AStoreWhosePlatformFails, ReportsAnOldListItCannotRemove)
 {
     ASSERT_TRUE(writeFile(kKnownPath, std::string(100, 'x')));
-    DevShmInfo info = knownInfo();
     DevShmInfo version = versionInfo();
-    LogCapture::clear();
-
-    {
-        ScopedFault fault(FaultyCall::Unlink, EACCES);
-        EXPECT_TRUE(mShm.shmComposeDeviceInfoOnBoot(info, version, SHM_OPEN_CREATE));
-    }
+    EXPECT_TRUE(composeKnownOnBootWhileFailing(FaultyCall::Unlink, EACCES, version));
 
     EXPECT_TRUE(logged(vshm("removeKnownDeviceListFile_l", "Found it! Remove!"), kSeverityInfo));
     EXPECT_TRUE(logged(vshmError("removeKnownDeviceListFile_l", "unlink() failed! errno:" + std::to_string(EACCES)),
@@ -229,14 +227,8 @@ TEST_F(AStoreWhosePlatformFails, TrustsAStoredListWhoseSizeCannotBeAsked)
 {
     ASSERT_TRUE(writeFile(kVersionPath, "0018"));
     ASSERT_TRUE(writeFile(kKnownPath, std::string(100, 'x')));
-    DevShmInfo info = knownInfo();
     DevShmInfo version = versionInfo();
-    LogCapture::clear();
-
-    {
-        ScopedFault fault(FaultyCall::Fstat, EIO);
-        EXPECT_TRUE(mShm.shmComposeDeviceInfoOnBoot(info, version, SHM_OPEN_CREATE));
-    }
+    EXPECT_TRUE(composeKnownOnBootWhileFailing(FaultyCall::Fstat, EIO, version));
 
     EXPECT_TRUE(logged(vshmError("isInvalidDeviceInfo_l", "fstat() failed!. errno:" + std::to_string(EIO)),
                        kSeverityError));
@@ -249,14 +241,8 @@ TEST_F(AStoreWhosePlatformFails, DropsTheStoredListWhenTheVersionFileCannotBeRea
     ASSERT_TRUE(writeFile(kVersionPath, "0018"));
     const std::vector<unsigned char> known = records(10, 0x4B);
     ASSERT_TRUE(writeFile(kKnownPath, known.data(), known.size()));
-    DevShmInfo info = knownInfo();
     DevShmInfo version = versionInfo();
-    LogCapture::clear();
-
-    {
-        ScopedFault fault(FaultyCall::Read, EIO);
-        EXPECT_TRUE(mShm.shmComposeDeviceInfoOnBoot(info, version, SHM_OPEN_CREATE));
-    }
+    EXPECT_TRUE(composeKnownOnBootWhileFailing(FaultyCall::Read, EIO, version));
 
     EXPECT_TRUE(logged(vshmError("isInvalidVersionInfo_l", "read(version_file) failed! errno:" + std::to_string(EIO)),
                        kSeverityError));
