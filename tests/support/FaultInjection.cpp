@@ -66,20 +66,19 @@ Function real(const char* name)
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
-using TimerCreate = int (*)(clockid_t, struct sigevent*, timer_t*);
-
-// x86-64 glibc keeps a timer_create of 2.2.5 with timer ids of another form,
-// and an unversioned lookup may find it: the library's timer_settime would
-// then be handed ids it cannot read. The current version first; other ABIs
-// have one version only.
-TimerCreate realTimerCreate()
+// x86-64 glibc keeps timer functions of 2.2.5 with timer ids of another form,
+// and an unversioned lookup may find them: the library's other timer calls
+// would then be handed ids they cannot read. The current version first; other
+// ABIs have one version only.
+template <typename Function>
+Function realTimerCall(const char* name)
 {
     for (const char* version : {"GLIBC_2.34", "GLIBC_2.3.3"}) {
-        if (void* found = dlvsym(RTLD_NEXT, "timer_create", version)) {
-            return reinterpret_cast<TimerCreate>(found);
+        if (void* found = dlvsym(RTLD_NEXT, name, version)) {
+            return reinterpret_cast<Function>(found);
         }
     }
-    return real<TimerCreate>("timer_create");
+    return real<Function>(name);
 }
 
 } // namespace
@@ -171,8 +170,19 @@ int timer_create(clockid_t clock, struct sigevent* event, timer_t* timer) noexce
         errno = error;
         return -1;
     }
-    static const auto next = veltest::realTimerCreate();
+    static const auto next = veltest::realTimerCall<int (*)(clockid_t, struct sigevent*, timer_t*)>("timer_create");
     return next(clock, event, timer);
+}
+
+int timer_delete(timer_t timer) noexcept
+{
+    int error = 0;
+    if (takeFailure(FaultyCall::TimerDelete, error)) {
+        errno = error;
+        return -1;
+    }
+    static const auto next = veltest::realTimerCall<int (*)(timer_t)>("timer_delete");
+    return next(timer);
 }
 
 GDBusConnection* g_bus_get_sync(GBusType type, GCancellable* cancellable, GError** error)

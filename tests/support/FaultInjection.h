@@ -16,6 +16,7 @@ enum class FaultyCall {
     Munmap,
     Pwrite,
     TimerCreate,
+    TimerDelete,
     BusGetSync,
     DltRegisterContext,
     Close,

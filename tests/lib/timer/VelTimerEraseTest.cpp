@@ -119,26 +119,6 @@ TEST(AVelTimer, SucceedsTriviallyOnASecondEraseOnceTheRegistryIsEmpty)
                                      veltest::kSeverityWarn));
 }
 
-TEST(AVelTimer, ForgetsTheRecordEvenWhenTimerDeleteFails)
-{
-    InspectableVelTimer timer;
-    void* timerId = nullptr;
-    ASSERT_TRUE(timer.start(recordSignal, 60000, &timerId, kTestSignal, "owner"));
-    void* const staleId = timerId;
-    // Deleted behind the registry's back, so its own delete fails.
-    ASSERT_EQ(timer_delete(static_cast<timer_t>(timerId)), 0);
-    LogCapture::clear();
-
-    EXPECT_FALSE(timer.erase(timerId, false));
-
-    EXPECT_TRUE(LogCapture::hasExact(line("erase", "@@@ ERR. timer_delete() failed! errno:" + str(EINVAL)),
-                                     veltest::kSeverityError));
-    EXPECT_EQ(timerId, staleId);
-    LogCapture::clear();
-    timer.logTimerIdInfo();
-    EXPECT_TRUE(LogCapture::hasExact(line("logTimerIdInfo", "mTimerInfoList.size():0")));
-}
-
 TEST(AVelTimer, ReportsAnEmptyListAsAnErrorWhenRemovingDirectly)
 {
     InspectableVelTimer timer;

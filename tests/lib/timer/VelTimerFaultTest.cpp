@@ -82,3 +82,30 @@ TEST(AVelTimerWithoutAClock, ReadsTheClockAsZero)
     EXPECT_EQ(reading, 0u);
     EXPECT_TRUE(LogCapture::hasExact(line("getClockTime_l", "@@@ ERR.  clock_gettime() failed!"), veltest::kSeverityError));
 }
+
+// The failure is injected: deleting a timer twice to make the registry's delete
+// fail reads freed memory with a C library before 2.34, where a timer id points
+// to the library's own allocation.
+TEST(AVelTimerWhoseDeleteFails, ForgetsTheRecordAndReportsTheError)
+{
+    InspectableVelTimer timer;
+    void* timerId = nullptr;
+    ASSERT_TRUE(timer.start(recordSignal, 60000, &timerId, kTestSignal, "owner"));
+    void* const armedId = timerId;
+    LogCapture::clear();
+
+    {
+        ScopedFault fault(FaultyCall::TimerDelete, EINVAL);
+        EXPECT_FALSE(timer.erase(timerId, false));
+        EXPECT_EQ(veltest::injectedFailures(FaultyCall::TimerDelete), 1u);
+    }
+
+    EXPECT_TRUE(LogCapture::hasExact(line("erase", "@@@ ERR. timer_delete() failed! errno:" + str(EINVAL)),
+                                     veltest::kSeverityError));
+    EXPECT_EQ(timerId, armedId);
+    LogCapture::clear();
+    timer.logTimerIdInfo();
+    EXPECT_TRUE(LogCapture::hasExact(line("logTimerIdInfo", "mTimerInfoList.size():0"), veltest::kSeverityInfo));
+    // The registry has let go of it; the test deletes the armed timer itself.
+    EXPECT_EQ(timer_delete(static_cast<timer_t>(armedId)), 0);
+}
