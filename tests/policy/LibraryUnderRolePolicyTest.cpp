@@ -80,7 +80,7 @@ TEST_P(TheLibraryUnderTheRolePolicy, LetsEachRoleUseTheLibraryAsItsKindOfClient)
 {
     soak::SoakRig rig(mConnection);
     const std::vector<std::pair<std::string, std::string>> roles = {
-        {"app", "nobody in vel-app"}, {"core", "nobody in vel-core"}, {"controller", "nobody in vel-controller"}};
+        {"app", "a user of vel-app"}, {"core", "a user of vel-core"}, {"controller", "a user of vel-controller"}};
     for (const auto& role : roles) {
         ASSERT_TRUE(rig.startClient(rig.client(role.first), identity(role.second).wrapper)) << role.first;
     }
@@ -130,7 +130,7 @@ TEST_P(TheLibraryUnderTheRolePolicy, LeavesAUserWithoutARoleUnregisteredAfterThe
 TEST_P(TheLibraryUnderTheRolePolicy, RefusesAnotherRolesQueryAtOnceWithTheContractsErrorLine)
 {
     int status = -1;
-    const std::string asApplication = run(identity("nobody in vel-app"), velctl({"core", "bt-mac"}), &status);
+    const std::string asApplication = run(identity("a user of vel-app"), velctl({"core", "bt-mac"}), &status);
     EXPECT_EQ(status, 1) << asApplication;
     // Registration is every role's; the query is the core engine's.
     EXPECT_EQ(countLines(asApplication, kReCheck), 0u) << asApplication;
@@ -139,12 +139,12 @@ TEST_P(TheLibraryUnderTheRolePolicy, RefusesAnotherRolesQueryAtOnceWithTheContra
 
     // checkPaired has only its boolean: a refused question reads as "not
     // paired", and the library's error line tells the two apart.
-    const std::string asCoreEngine = run(identity("nobody in vel-core"), velctl({"app", "paired", "dev-1"}), &status);
+    const std::string asCoreEngine = run(identity("a user of vel-core"), velctl({"app", "paired", "dev-1"}), &status);
     EXPECT_EQ(countLines(asCoreEngine, "dev-1: not paired"), 1u) << asCoreEngine;
     EXPECT_TRUE(hasLine(asCoreEngine, "libvel[C0] [VELLIBAPP]", kAppQueryRefused)) << asCoreEngine;
     EXPECT_EQ(mService.log().countContaining("call actionFromApp"), 0u);
 
-    const std::string allowed = run(identity("nobody in vel-core"), velctl({"core", "bt-mac"}), &status);
+    const std::string allowed = run(identity("a user of vel-core"), velctl({"core", "bt-mac"}), &status);
     EXPECT_EQ(status, 0) << allowed;
     EXPECT_EQ(countLines(allowed, "00:11:22:33:44:55"), 1u) << allowed;
 }

@@ -39,17 +39,17 @@ std::vector<Identity> identities()
     return {
         {"root", {}, everyMethodName(), everySignalName()},
         {"nobody", veltest::asNobody(), {}, {}},
-        {"nobody in vel-app",
-         veltest::asNobodyIn("vel-app"),
+        {"a user of vel-app",
+         veltest::asMemberOf("vel-app"),
          {"registerMe", getAll, "actionFromApp", "informFromApp"},
          {"appRequestDone", "checkFuncOpModeDone", "noticeToApp", "noticeTechActiveInfo"}},
-        {"nobody in vel-core",
-         veltest::asNobodyIn("vel-core"),
+        {"a user of vel-core",
+         veltest::asMemberOf("vel-core"),
          {"registerMe", getAll, "informFromCore", "actionFromCore"},
          {"noticeToCore", "actionToCore", "actionToCoreWireless", "checkCapability", "coreRequestDone",
           "noticeToCoreLinkLoss"}},
-        {"nobody in vel-controller",
-         veltest::asNobodyIn("vel-controller"),
+        {"a user of vel-controller",
+         veltest::asMemberOf("vel-controller"),
          {"registerMe", getAll, "sendControlMode"},
          {}},
     };
@@ -69,7 +69,7 @@ std::vector<std::string> lines(const std::string& text)
 
 void RolePolicyFixture::SetUp()
 {
-    // Probes run as nobody and look for their go file here.
+    // Probes run as other users and look for their go file here.
     chmod(mDir.path().c_str(), 0755);
     std::string why;
     ASSERT_TRUE(mBus.start(why)) << "cannot run the policy test on " << veltest::busKindName(GetParam()) << ": "

@@ -28,7 +28,7 @@ struct Identity {
     std::set<std::string> signals;
 };
 
-// root, nobody without groups, and nobody in each role group, in that order.
+// root, nobody without groups, and a user of each role group, in that order.
 std::vector<Identity> identities();
 
 std::vector<std::string> lines(const std::string& text);

@@ -4,7 +4,7 @@
 
 // The shipped bus policy (data/dbus-1/system.d) on the stock Debian system
 // bus, dbus-daemon and dbus-broker alike: root, nobody without groups and
-// nobody in each role group try every method of the service and listen to
+// a user of each role group try every method of the service and listen to
 // every signal of its interface; each gets exactly its role's part of the
 // table in docs/security.md.
 

@@ -232,6 +232,25 @@ int unlink(const char* path) noexcept
     return next(path);
 }
 
+#if defined(_STAT_VER)
+// A C library before 2.33 exports no fstat: each program and library links a
+// small fstat of its own that calls __fxstat, so that is the call to fail.
+int __fxstat(int version, int fd, struct stat* status) noexcept
+{
+    int error = 0;
+    if (takeFailure(FaultyCall::Fstat, error)) {
+        errno = error;
+        return -1;
+    }
+    static const auto next = real<int (*)(int, int, struct stat*)>("__fxstat");
+    return next(version, fd, status);
+}
+
+int fstat(int fd, struct stat* status) noexcept
+{
+    return __fxstat(_STAT_VER, fd, status);
+}
+#else
 int fstat(int fd, struct stat* status) noexcept
 {
     int error = 0;
@@ -242,6 +261,7 @@ int fstat(int fd, struct stat* status) noexcept
     static const auto next = real<int (*)(int, struct stat*)>("fstat");
     return next(fd, status);
 }
+#endif
 
 ssize_t read(int fd, void* buffer, size_t count)
 {

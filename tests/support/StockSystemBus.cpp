@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <gio/gio.h>
 #include <grp.h>
+#include <pwd.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/mount.h>
@@ -17,9 +18,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <sstream>
 #include <vector>
 
 #include "PrivateBus.h"
@@ -63,18 +66,52 @@ bool writeFile(const std::string& path, const std::string& content)
     return static_cast<bool>(out.flush());
 }
 
-gid_t freeGroupId(const std::vector<gid_t>& taken)
+// An id below the system's dynamic range that neither the group nor the user
+// database has, and that this test has not taken yet.
+unsigned freeId(const std::vector<unsigned>& taken)
 {
-    for (gid_t candidate = 64990; candidate > 60000; --candidate) {
-        bool used = getgrgid(candidate) != nullptr;
-        for (gid_t id : taken) {
+    for (unsigned candidate = 64990; candidate > 60000; --candidate) {
+        bool used = getgrgid(candidate) != nullptr || getpwuid(candidate) != nullptr;
+        for (unsigned id : taken) {
             used = used || id == candidate;
         }
         if (!used) {
             return candidate;
         }
     }
-    return static_cast<gid_t>(-1);
+    return static_cast<unsigned>(-1);
+}
+
+// The user this test runs a role's processes as.
+std::string roleUser(const std::string& group)
+{
+    return group + "-user";
+}
+
+// /etc/group with each role group listing its role user as a member; a group
+// the machine lacks is added.
+std::string groupsWithRoleUsers(std::vector<unsigned>& taken)
+{
+    std::string groups;
+    std::vector<std::string> found;
+    std::istringstream lines(readFile("/etc/group"));
+    for (std::string line; std::getline(lines, line);) {
+        for (const char* group : kRoleGroups) {
+            if (line.rfind(std::string(group) + ":", 0) == 0) {
+                line += (line.back() == ':' ? "" : ",") + roleUser(group);
+                found.emplace_back(group);
+            }
+        }
+        groups += line + "\n";
+    }
+    for (const char* group : kRoleGroups) {
+        if (std::find(found.begin(), found.end(), group) == found.end()) {
+            const unsigned id = freeId(taken);
+            taken.push_back(id);
+            groups += std::string(group) + ":x:" + std::to_string(id) + ":" + roleUser(group) + "\n";
+        }
+    }
+    return groups;
 }
 
 int boundUnixSocket(int type, const std::string& path, std::string& why)
@@ -185,7 +222,7 @@ bool StockSystemBus::start(std::string& why)
     chmod(mDir.path().c_str(), 0755);
     mSocketPath = mDir.file("system_bus_socket");
     mAddress = "unix:path=" + mSocketPath;
-    if (!prepareGroups(why) || !writeConfiguration(why)) {
+    if (!prepareRoleUsers(why) || !writeConfiguration(why)) {
         return false;
     }
     const bool started = mKind == SystemBusKind::DbusDaemon ? startDaemon(why) : startBroker(why);
@@ -196,28 +233,28 @@ bool StockSystemBus::start(std::string& why)
     return true;
 }
 
-bool StockSystemBus::prepareGroups(std::string& why)
+bool StockSystemBus::prepareRoleUsers(std::string& why)
 {
-    std::string added;
-    std::vector<gid_t> taken;
+    // A role's processes run as a user of its own that the user database
+    // lists in the role's group, besides holding the group: dbus-daemon before
+    // 1.13 (Debian 11) reads a caller's groups from the database, later
+    // daemons and dbus-broker from the connection.
+    std::vector<unsigned> taken;
+    const std::string groups = groupsWithRoleUsers(taken);
+    std::string users = readFile("/etc/passwd");
     for (const char* group : kRoleGroups) {
-        if (groupId(group) != static_cast<gid_t>(-1)) {
-            continue;
-        }
-        const gid_t id = freeGroupId(taken);
+        const unsigned id = freeId(taken);
         taken.push_back(id);
-        added += std::string(group) + ":x:" + std::to_string(id) + ":\n";
+        users += roleUser(group) + ":x:" + std::to_string(id) + ":65534::/nonexistent:/usr/sbin/nologin\n";
     }
-    if (added.empty()) {
-        return true;
-    }
-    // The machine lacks the groups that vel-tools creates: this namespace
-    // gets a copy of /etc/group that has them.
-    const std::string copy = mDir.file("group");
-    if (!writeFile(copy, readFile("/etc/group") + added) || chmod(copy.c_str(), 0644) != 0 ||
-        mount(copy.c_str(), "/etc/group", nullptr, MS_BIND, nullptr) != 0) {
-        why = std::string("cannot give this namespace the role groups in /etc/group: ") + std::strerror(errno);
-        return false;
+    const std::pair<std::string, std::string> copies[] = {{"/etc/group", groups}, {"/etc/passwd", users}};
+    for (const auto& [path, content] : copies) {
+        const std::string copy = mDir.file(path.substr(path.rfind('/') + 1));
+        if (!writeFile(copy, content) || chmod(copy.c_str(), 0644) != 0 ||
+            mount(copy.c_str(), path.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+            why = "cannot give this namespace the role users in " + path + ": " + std::strerror(errno);
+            return false;
+        }
     }
     return true;
 }
@@ -446,9 +483,11 @@ std::vector<std::string> asNobody()
     return {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
 }
 
-std::vector<std::string> asNobodyIn(const std::string& group)
+std::vector<std::string> asMemberOf(const std::string& group)
 {
-    return {"/usr/bin/setpriv", "--reuid=65534", "--regid=65534",
+    const struct passwd* user = getpwnam(roleUser(group).c_str());
+    const std::string uid = user != nullptr ? std::to_string(user->pw_uid) : std::string("-1");
+    return {"/usr/bin/setpriv", "--reuid=" + uid, "--regid=65534",
             "--groups=" + std::to_string(StockSystemBus::groupId(group))};
 }
 

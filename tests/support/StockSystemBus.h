@@ -26,8 +26,8 @@ const char* busKindName(SystemBusKind kind);
 // ones, which hold the service's shipped policy. It denies by default and
 // drops to the messagebus user, as the real one does.
 //
-// It changes what this process's mount namespace shows (the role groups in
-// /etc/group when the machine lacks them, a private /run for the broker's
+// It changes what this process's mount namespace shows (a user of each role
+// in /etc/passwd and /etc/group, a private /run for the broker's
 // journal socket), so it refuses to start outside a private mount namespace
 // (tests/support/run-in-store-namespace). It needs root.
 class StockSystemBus {
@@ -51,7 +51,7 @@ public:
     std::string log();
 
 private:
-    bool prepareGroups(std::string& why);
+    bool prepareRoleUsers(std::string& why);
     bool writeConfiguration(std::string& why);
     bool startDaemon(std::string& why);
     bool startBroker(std::string& why);
@@ -74,9 +74,9 @@ private:
     GDBusConnection* mTestConnection = nullptr;
 };
 
-// The argv prefix that runs a command as nobody, with no groups or with the
-// one group given.
+// The argv prefix that runs a command as nobody with no groups, or as the
+// role group's own user (started bus only).
 std::vector<std::string> asNobody();
-std::vector<std::string> asNobodyIn(const std::string& group);
+std::vector<std::string> asMemberOf(const std::string& group);
 
 } // namespace veltest
