@@ -6,6 +6,8 @@
 
 #include <gio/gio.h>
 
+#include <utility>
+
 #include "InterfaceXml.h"
 #include "vel/VelTypes.h"
 
@@ -85,10 +87,12 @@ bool checkMember(const Event& event, std::string& field, std::string& reason)
         reason = quoted(event.signature) + " is not the signature of " + event.member + " (\"" + expected + "\")";
         return false;
     }
-    for (const auto& name : {std::make_pair("sender", &event.sender), std::make_pair("destination", &event.destination)}) {
-        if (!name.second->empty() && !g_dbus_is_name(name.second->c_str())) {
-            field = name.first;
-            reason = quoted(*name.second) + " is not a bus name";
+    const std::pair<const char*, const std::string*> names[] = {{"sender", &event.sender},
+                                                                 {"destination", &event.destination}};
+    for (const auto& [label, name] : names) {
+        if (!name->empty() && !g_dbus_is_name(name->c_str())) {
+            field = label;
+            reason = quoted(*name) + " is not a bus name";
             return false;
         }
     }
