@@ -55,11 +55,29 @@ void removeStore()
 class Recorder {
 public:
     explicit Recorder(const std::string& path, const std::vector<std::string>& options = {})
-        : mRun(withOptions({"record", path}, options))
+        : mRun(withOptions({"record", path}, options)), mPath(path)
     {
         mStarted = mRun.waitForOut("recording com.qor.vel_communicator to " + path, 15s);
     }
     bool started() const { return mStarted; }
+    // Waits until the recording holds `text` at least `count` times. The
+    // recorder sees the bus's messages after the programs that exchanged them,
+    // and later still on a slow or emulated machine, so a test waits for
+    // what it will look for before it stops the recorder.
+    bool waitForRecorded(const std::string& text, std::size_t count = 1) const
+    {
+        return veltest::waitUntil(
+            [&] {
+                const std::string recorded = veltest::readFile(mPath);
+                std::size_t found = 0;
+                for (std::size_t at = recorded.find(text); at != std::string::npos;
+                     at = recorded.find(text, at + text.size())) {
+                    ++found;
+                }
+                return found >= count;
+            },
+            15s);
+    }
     // SIGINT, as Ctrl-C; the exit status, or -1.
     int stop()
     {
@@ -79,6 +97,7 @@ private:
     }
 
     RunningVelctl mRun;
+    std::string mPath;
     bool mStarted = false;
 };
 
@@ -408,6 +427,8 @@ TEST_F(RecordReplay, ShowsWhereTheApplicationLeavesTheRecording)
         Recorder recorder(recorded);
         ASSERT_TRUE(recorder.started()) << recorder.err();
         EXPECT_EQ(runVelctl({"app", "paired", "124"}).out, "124: paired\n");
+        // The replies to registerMe and to the question.
+        EXPECT_TRUE(recorder.waitForRecorded("\"reply\"", 2)) << veltest::readFile(recorded);
         EXPECT_EQ(recorder.stop(), 0);
     }
     removeStore();
@@ -421,6 +442,7 @@ TEST_F(RecordReplay, ShowsWhereTheApplicationLeavesTheRecording)
     EXPECT_EQ(runVelctl({"app", "paired", "125"}).out, "125: paired\n");
     const VelctlRun mode = runVelctl({"controller", "mode", "1", "4", "2"});
     EXPECT_EQ(mode.status, 0) << mode.err;
+    EXPECT_TRUE(recorder.waitForRecorded("\"sendControlMode\"")) << veltest::readFile(replayed);
     EXPECT_EQ(recorder.stop(), 0);
 
     const std::string log = sim.log();
