@@ -11,6 +11,8 @@
 #include <stdlib.h>
 
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <memory>
 #include <string>
 #include <thread>
@@ -335,6 +337,56 @@ TEST_F(AQtApplicationClient, HandsALaterClientOfTheSameKindTheLinkAndItsReadines
     ASSERT_NE(mSim.control("com.qor.vel_sim.App", "Notice", g_variant_new("(usi)", 7u, "B", 3)), nullptr);
     ASSERT_TRUE(waitFor([&] { return linkLosses == 1; }));
     EXPECT_EQ(mSim.countLog("registerMe type=100 name="), 1u);
+}
+
+} // namespace
+
+namespace {
+
+// The set-up known to crash: another thread owns GLib's default context (as
+// libvel's thread does once a facade is made) when an application object with
+// Qt's GLib dispatcher is made. The stand-in owner here only holds the
+// context, so that nothing of Qt runs on it and the process stays whole; the
+// client refuses to start on top of it.
+TEST_F(AQtApplicationClient, RefusesToStartUnderQtsGlibDispatcherWhenAnotherThreadOwnsGlibsContext)
+{
+    unsetenv("QT_NO_GLIB");
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool owned = false;
+    bool release = false;
+    std::thread owner([&] {
+        GMainContext* context = g_main_context_default();
+        const bool acquired = g_main_context_acquire(context);
+        std::unique_lock<std::mutex> lock(mutex);
+        owned = acquired;
+        changed.notify_all();
+        changed.wait(lock, [&] { return release; });
+        if (acquired) {
+            g_main_context_release(context);
+        }
+    });
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [&] { return owned; });
+    }
+    // Qt complains on stderr that it cannot take the context: the set-up is wrong.
+    startGuiApplication(false);
+    mClient = std::make_unique<VelQtApplicationClient>();
+    mClient->setClientType(kHmiKind);
+    EXPECT_FALSE(mClient->start());
+    EXPECT_TRUE(veltest::LogCapture::hasExact(
+        "[VELQT][VelQtApplicationClient][start] @@@ ERR. Qt's GLib event dispatcher runs on this thread, but another "
+        "thread owns GLib's default main context (was a libvel facade made before the application object?): set "
+        "QT_NO_GLIB=1! Return!",
+        veltest::kSeverityError));
+    EXPECT_EQ(veltest::LogCapture::count("[VELLIBAPP]"), 0u);
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        release = true;
+        changed.notify_all();
+    }
+    owner.join();
 }
 
 } // namespace
