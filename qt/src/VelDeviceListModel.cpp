@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -79,6 +80,14 @@ std::vector<bool> longestIncreasing(const std::vector<int>& values)
     return member;
 }
 
+std::mutex gDefaultDecoderMutex;
+
+VelDeviceDecoder& defaultDecoder()
+{
+    static auto* decoder = new VelDeviceDecoder();
+    return *decoder;
+}
+
 } // namespace
 
 class VelDeviceListModel::Private {
@@ -111,6 +120,10 @@ public:
 
 VelDeviceListModel::VelDeviceListModel(QObject* parent) : QAbstractListModel(parent), d(new Private())
 {
+    {
+        std::lock_guard<std::mutex> lock(gDefaultDecoderMutex);
+        d->decoder = defaultDecoder();
+    }
     d->updateRoles();
 }
 
@@ -132,6 +145,12 @@ void VelDeviceListModel::setDecoder(const VelDeviceDecoder& decoder)
 const VelDeviceDecoder& VelDeviceListModel::decoder() const
 {
     return d->decoder;
+}
+
+void VelDeviceListModel::setDefaultDecoder(const VelDeviceDecoder& decoder)
+{
+    std::lock_guard<std::mutex> lock(gDefaultDecoderMutex);
+    defaultDecoder() = decoder;
 }
 
 void VelDeviceListModel::applyRecords(const QList<QByteArray>& records)

@@ -108,3 +108,21 @@ TEST_F(ADeviceDecoder, GivesNothingForARecordOfAnotherSize)
 }
 
 } // namespace
+
+namespace {
+
+TEST_F(ADeviceDecoder, RegisteredAsTheDefaultGivesItsRolesToModelsMadeAfterwards)
+{
+    VelDeviceListModel before;
+    VelDeviceDecoder decoder;
+    ASSERT_TRUE(decoder.addTextField("name", 0, 64));
+    VelDeviceListModel::setDefaultDecoder(decoder);
+    VelDeviceListModel after;
+    EXPECT_EQ(before.roleNames().size(), 2);
+    EXPECT_EQ(after.roleNames().value(VelDeviceListModel::FirstDecodedRole), QByteArray("name"));
+    after.applyRecords({deviceRecord("A", "Pixel 7")});
+    EXPECT_EQ(after.get(0).value("name").toString(), QString("Pixel 7"));
+    VelDeviceListModel::setDefaultDecoder(VelDeviceDecoder());
+}
+
+} // namespace

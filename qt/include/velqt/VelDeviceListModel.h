@@ -36,6 +36,10 @@ public:
     /// products set it once, before the model is shown.
     void setDecoder(const VelDeviceDecoder& decoder);
     const VelDeviceDecoder& decoder() const;
+    /// The decoder that models made from now on start with (in any thread).
+    /// A product registers its service's layout once in main(), before QML
+    /// creates clients and their models.
+    static void setDefaultDecoder(const VelDeviceDecoder& decoder);
 
     /// Applies a new list of records (each 12492 bytes) in the service's order.
     /// Records of another size are dropped with one error line each.
