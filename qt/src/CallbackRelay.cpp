@@ -4,12 +4,12 @@
 
 #include "CallbackRelay.h"
 
-#include <QMetaObject>
 #include <QString>
 #include <QVariantMap>
 
 #include <map>
 
+#include "RelayInbox.h"
 #include "VelQtApplicationClientPrivate.h"
 #include "velqt/VelQtApplicationClient.h"
 
@@ -31,7 +31,7 @@ QString text(const std::string& value)
 
 } // namespace
 
-VelQtCallbackRelay* VelQtCallbackRelay::acquire(int clientType, VelQtApplicationClient* client, bool& fresh)
+VelQtCallbackRelay* VelQtCallbackRelay::acquire(int clientType, VelQtRelayInbox* inbox, bool& fresh)
 {
     std::lock_guard<std::mutex> tableLock(gRelaysMutex);
     auto range = relays().equal_range(clientType);
@@ -39,13 +39,13 @@ VelQtCallbackRelay* VelQtCallbackRelay::acquire(int clientType, VelQtApplication
         VelQtCallbackRelay* relay = it->second;
         std::lock_guard<std::mutex> lock(relay->mTargetMutex);
         if (relay->mTarget == nullptr) {
-            relay->mTarget = client;
+            relay->mTarget = inbox;
             fresh = false;
             return relay;
         }
     }
     auto* relay = new VelQtCallbackRelay(clientType);
-    relay->mTarget = client;
+    relay->mTarget = inbox;
     relays().emplace(clientType, relay);
     fresh = true;
     return relay;
@@ -62,9 +62,7 @@ void VelQtCallbackRelay::post(Call&& call)
 {
     std::lock_guard<std::mutex> lock(mTargetMutex);
     if (mTarget != nullptr) {
-        VelQtApplicationClient* client = mTarget;
-        QMetaObject::invokeMethod(
-            client, [client, call = std::forward<Call>(call)]() { call(*client->d); }, Qt::QueuedConnection);
+        mTarget->push(std::forward<Call>(call));
     }
 }
 

@@ -15,20 +15,20 @@
 
 #include "vel/VelCallBackApp.h"
 
-class VelQtApplicationClient;
+class VelQtRelayInbox;
 
 // The VelCallBackApp that a client registers with libvel. It runs on libvel's
-// main-loop thread and touches nothing of Qt there: it copies what it is
-// given and posts it to the client's thread. libvel keeps callback objects
-// until the process ends, so a relay outlives its client: the client detaches
-// it when destroyed, after which it posts nothing, and a later client of the
-// same kind attaches to it again.
+// main-loop thread and touches no QObject there: it copies what it is given
+// and queues it in the client's inbox, which runs it on the client's thread.
+// libvel keeps callback objects until the process ends, so a relay outlives
+// its client: the client detaches it when destroyed, after which it queues
+// nothing, and a later client of the same kind attaches to it again.
 class VelQtCallbackRelay : public VelCallBackApp {
 public:
     // The relay for the client kind that is not attached to a client, made
     // (and registered with libvel's facade by the caller) when there is none.
     // `fresh` tells whether it still needs registering.
-    static VelQtCallbackRelay* acquire(int clientType, VelQtApplicationClient* client, bool& fresh);
+    static VelQtCallbackRelay* acquire(int clientType, VelQtRelayInbox* inbox, bool& fresh);
     void detach();
 
     void onRcvMVELReady(bool ready) override;
@@ -57,9 +57,8 @@ private:
     static QList<QByteArray> copyRecords(const std::list<DEVICE>& devices);
 
     const int mClientType;
-    // Held while posting, so that the client's destructor, which detaches
-    // under it, never races a post to an object being destroyed; Qt drops
-    // what was posted to the client and not yet delivered.
+    // Held while queueing, so that the client's destructor, which detaches
+    // under it, never races a call queued into an inbox being destroyed.
     std::mutex mTargetMutex;
-    VelQtApplicationClient* mTarget = nullptr;
+    VelQtRelayInbox* mTarget = nullptr;
 };

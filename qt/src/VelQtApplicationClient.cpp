@@ -5,11 +5,12 @@
 #include "velqt/VelQtApplicationClient.h"
 
 #include <QCoreApplication>
-#include <QMetaObject>
-#include <QThreadPool>
+
+#include <thread>
 
 #include "CallbackRelay.h"
 #include "HostCheck.h"
+#include "RelayInbox.h"
 #include "VelQtApplicationClientPrivate.h"
 #include "VelQtLog.h"
 #include "vel/VelComProxyApp.h"
@@ -19,28 +20,12 @@ namespace {
 
 constexpr const char* kOwner = "VelQtApplicationClient";
 
-// Runs a blocking query on the pool and hands its answer to the client's
-// thread, unless the client is gone by then.
-template <typename Query, typename Deliver>
-void runOffThread(const std::shared_ptr<VelQtClientHandle>& handle, Query query, Deliver deliver)
-{
-    QThreadPool::globalInstance()->start([handle, query = std::move(query), deliver = std::move(deliver)]() {
-        const bool answer = query();
-        std::lock_guard<std::mutex> lock(handle->mutex);
-        if (handle->client != nullptr) {
-            QMetaObject::invokeMethod(
-                handle->client, [client = handle->client, deliver, answer] { deliver(client, answer); },
-                Qt::QueuedConnection);
-        }
-    });
-}
-
 } // namespace
 
 VelQtApplicationClient::Private::Private(VelQtApplicationClient* owner)
-    : q(owner), handle(std::make_shared<VelQtClientHandle>())
+    : q(owner), inbox(new VelQtRelayInbox(*this, owner)), handle(std::make_shared<VelQtClientHandle>())
 {
-    handle->client = owner;
+    handle->inbox = inbox;
 }
 
 void VelQtApplicationClient::Private::setReady(bool value)
@@ -64,6 +49,20 @@ void VelQtApplicationClient::Private::applyDiscovered(const QList<QByteArray>& r
     Q_EMIT q->discoveredDevicesUpdated(result);
 }
 
+// The thread is left to finish alone: the query ends with the bus's timeout
+// at the latest.
+template <typename Query, typename Deliver>
+void VelQtApplicationClient::Private::runOffThread(Query query, Deliver deliver)
+{
+    std::thread([handle = handle, query = std::move(query), deliver = std::move(deliver)]() {
+        const bool answer = query();
+        std::lock_guard<std::mutex> lock(handle->mutex);
+        if (handle->inbox != nullptr) {
+            handle->inbox->push([deliver, answer](Private& client) { deliver(client.q, answer); });
+        }
+    }).detach();
+}
+
 VelComProxyApp* VelQtApplicationClient::Private::facadeFor(const char* request) const
 {
     if (facade == nullptr) {
@@ -83,11 +82,13 @@ VelQtApplicationClient::~VelQtApplicationClient()
 {
     {
         std::lock_guard<std::mutex> lock(d->handle->mutex);
-        d->handle->client = nullptr;
+        d->handle->inbox = nullptr;
     }
     if (d->relay != nullptr) {
         d->relay->detach();
     }
+    // Nothing queues into the inbox any more; what it holds is dropped with it.
+    delete d->inbox;
     delete d;
 }
 
@@ -166,7 +167,7 @@ bool VelQtApplicationClient::start()
         return false;
     }
     bool fresh = false;
-    d->relay = VelQtCallbackRelay::acquire(d->clientType, this, fresh);
+    d->relay = VelQtCallbackRelay::acquire(d->clientType, d->inbox, fresh);
     // A relay taken over from an earlier client is registered already; a
     // second registration would be refused (and logged) by the facade.
     VelComProxyApp* facade = VelComProxyApp::getInstance(static_cast<CLIENT_TYPE_e>(d->clientType),
@@ -239,8 +240,8 @@ void VelQtApplicationClient::requestCheckPaired(const QString& deviceId)
         Q_EMIT checkPairedDone(deviceId, false);
         return;
     }
-    runOffThread(
-        d->handle, [facade, id = deviceId.toStdString()] { return facade->checkPaired(id); },
+    d->runOffThread(
+        [facade, id = deviceId.toStdString()] { return facade->checkPaired(id); },
         [deviceId](VelQtApplicationClient* client, bool paired) { Q_EMIT client->checkPairedDone(deviceId, paired); });
 }
 
@@ -251,7 +252,7 @@ void VelQtApplicationClient::requestCheckMaxPaired()
         Q_EMIT checkMaxPairedDone(false);
         return;
     }
-    runOffThread(
-        d->handle, [facade] { return facade->checkMaxPaired(); },
+    d->runOffThread(
+        [facade] { return facade->checkMaxPaired(); },
         [](VelQtApplicationClient* client, bool reached) { Q_EMIT client->checkMaxPairedDone(reached); });
 }

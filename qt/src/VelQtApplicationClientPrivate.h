@@ -16,15 +16,17 @@
 class VelComProxyApp;
 class VelDeviceListModel;
 class VelQtCallbackRelay;
+class VelQtRelayInbox;
 
-// Worker threads of the asynchronous checks post their answers through it;
+// Worker threads of the asynchronous checks queue their answers through it;
 // the client clears it when it is destroyed, so a late answer goes nowhere.
 struct VelQtClientHandle {
     std::mutex mutex;
-    VelQtApplicationClient* client = nullptr;
+    VelQtRelayInbox* inbox = nullptr;
 };
 
-// Lives on the client's thread; the relay's posted calls run here.
+// Lives on the client's thread; the calls queued by the relay and by the
+// asynchronous checks run here, through the inbox.
 class VelQtApplicationClient::Private {
 public:
     explicit Private(VelQtApplicationClient* owner);
@@ -34,6 +36,10 @@ public:
     void applyDiscovered(const QList<QByteArray>& records, int result);
     // The facade, or nullptr with one warning line naming `request`.
     VelComProxyApp* facadeFor(const char* request) const;
+    // Runs a blocking query on a thread of its own and hands its answer to
+    // `deliver` on the client's thread, unless the client is gone by then.
+    template <typename Query, typename Deliver>
+    void runOffThread(Query query, Deliver deliver);
 
     VelQtApplicationClient* q;
     int clientType = 100;
@@ -41,6 +47,7 @@ public:
     bool ready = false;
     VelComProxyApp* facade = nullptr;
     VelQtCallbackRelay* relay = nullptr;
+    VelQtRelayInbox* inbox = nullptr;
     VelDeviceListModel* known = nullptr;
     VelDeviceListModel* discovered = nullptr;
     std::shared_ptr<VelQtClientHandle> handle;

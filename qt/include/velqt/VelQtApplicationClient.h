@@ -106,4 +106,5 @@ private:
     class Private;
     Private* d;
     friend class VelQtCallbackRelay;
+    friend class VelQtRelayInbox;
 };
