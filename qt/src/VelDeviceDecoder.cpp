@@ -60,7 +60,7 @@ quint32 VelDeviceField::uint32At(int offset) const
     return value;
 }
 
-struct VelDeviceDecoder::Field {
+struct VEL_QT_HIDDEN VelDeviceDecoder::Field {
     QByteArray roleName;
     int offset;
     int size;
@@ -69,7 +69,7 @@ struct VelDeviceDecoder::Field {
     bool refused = false;
 };
 
-struct VelDeviceDecoder::Fields {
+struct VEL_QT_HIDDEN VelDeviceDecoder::Fields {
     std::vector<Field> list;
 };
 

@@ -90,7 +90,7 @@ VelDeviceDecoder& defaultDecoder()
 
 } // namespace
 
-class VelDeviceListModel::Private {
+class VEL_QT_HIDDEN VelDeviceListModel::Private {
 public:
     std::vector<Row> rows;
     VelDeviceDecoder decoder;

@@ -27,7 +27,7 @@ struct VelQtClientHandle {
 
 // Lives on the client's thread; the calls queued by the relay and by the
 // asynchronous checks run here, through the inbox.
-class VelQtApplicationClient::Private {
+class VEL_QT_HIDDEN VelQtApplicationClient::Private {
 public:
     explicit Private(VelQtApplicationClient* owner);
 
