@@ -50,7 +50,6 @@ private:
     explicit VelQtCallbackRelay(int clientType) : mClientType(clientType) {}
 
     // Runs `call` on the client's thread, if a client is attached.
-    // Runs `call` on the client's thread, if a client is attached.
     template <typename Call>
     void post(Call&& call);
 
