@@ -251,7 +251,7 @@ bool StockSystemBus::prepareRoleUsers(std::string& why)
     for (const auto& [path, content] : copies) {
         const std::string copy = mDir.file(path.substr(path.rfind('/') + 1));
         if (!writeFile(copy, content) || chmod(copy.c_str(), 0644) != 0 ||
-            mount(copy.c_str(), path.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+            mount(copy.c_str(), path.c_str(), "none", MS_BIND, nullptr) != 0) {
             why = "cannot give this namespace the role users in " + path + ": " + std::strerror(errno);
             return false;
         }
