@@ -44,7 +44,7 @@ VelQtCallbackRelay* VelQtCallbackRelay::acquire(int clientType, VelQtRelayInbox*
             return relay;
         }
     }
-    auto* relay = new VelQtCallbackRelay(clientType);
+    auto* relay = new VelQtCallbackRelay();
     relay->mTarget = inbox;
     relays().emplace(clientType, relay);
     fresh = true;

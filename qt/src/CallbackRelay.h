@@ -47,7 +47,7 @@ public:
     bool onRcvTechActiveInfo(std::vector<TECH_ACTIVE_INFO_s> infos) override;
 
 private:
-    explicit VelQtCallbackRelay(int clientType) : mClientType(clientType) {}
+    VelQtCallbackRelay() = default;
 
     // Runs `call` on the client's thread, if a client is attached.
     template <typename Call>
@@ -55,7 +55,6 @@ private:
 
     static QList<QByteArray> copyRecords(const std::list<DEVICE>& devices);
 
-    const int mClientType;
     // Held while queueing, so that the client's destructor, which detaches
     // under it, never races a call queued into an inbox being destroyed.
     std::mutex mTargetMutex;
