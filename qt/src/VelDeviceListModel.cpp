@@ -8,6 +8,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -217,13 +218,17 @@ void VelDeviceListModel::applyRecords(const QList<QByteArray>& records)
 
     // 3. New devices, top down in contiguous runs: what is here now is the new
     // list without them, in its order.
+    std::set<RowKey> present;
+    for (const Row& row : d->rows) {
+        present.insert(row.key);
+    }
     for (std::size_t t = 0; t < target.size();) {
-        if (d->rowOf(target[t].key) >= 0) {
+        if (present.count(target[t].key) != 0) {
             ++t;
             continue;
         }
         std::size_t end = t;
-        while (end < target.size() && d->rowOf(target[end].key) < 0) {
+        while (end < target.size() && present.count(target[end].key) == 0) {
             ++end;
         }
         beginInsertRows(root, static_cast<int>(t), static_cast<int>(end) - 1);

@@ -107,10 +107,6 @@ TEST_F(ADeviceDecoder, GivesNothingForARecordOfAnotherSize)
     EXPECT_FALSE(decoder.decode(1, deviceRecord("A")).isValid());
 }
 
-} // namespace
-
-namespace {
-
 TEST_F(ADeviceDecoder, RegisteredAsTheDefaultGivesItsRolesToModelsMadeAfterwards)
 {
     VelDeviceListModel before;
