@@ -8,7 +8,6 @@
 #include <cstring>
 #include <map>
 #include <mutex>
-#include <set>
 #include <utility>
 #include <vector>
 
@@ -218,17 +217,17 @@ void VelDeviceListModel::applyRecords(const QList<QByteArray>& records)
 
     // 3. New devices, top down in contiguous runs: what is here now is the new
     // list without them, in its order.
-    std::set<RowKey> present;
+    std::vector<bool> arriving(target.size(), true);
     for (const Row& row : d->rows) {
-        present.insert(row.key);
+        arriving[targetIndex[row.key]] = false;
     }
     for (std::size_t t = 0; t < target.size();) {
-        if (present.count(target[t].key) != 0) {
+        if (!arriving[t]) {
             ++t;
             continue;
         }
         std::size_t end = t;
-        while (end < target.size() && present.count(target[end].key) == 0) {
+        while (end < target.size() && arriving[end]) {
             ++end;
         }
         beginInsertRows(root, static_cast<int>(t), static_cast<int>(end) - 1);
